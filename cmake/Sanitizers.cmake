@@ -1,0 +1,14 @@
+# LUMIVEX_SANITIZE=address builds with AddressSanitizer and UBSan, =thread with ThreadSanitizer.
+if(LUMIVEX_SANITIZE STREQUAL "address")
+  # The player library's object is foreign and need not carry our type information, so the check of
+  # dynamic types does not apply to it.
+  set(flags -fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all)
+elseif(LUMIVEX_SANITIZE STREQUAL "thread")
+  set(flags -fsanitize=thread)
+elseif(LUMIVEX_SANITIZE)
+  message(FATAL_ERROR "LUMIVEX_SANITIZE is \"${LUMIVEX_SANITIZE}\"; it can be empty, address or thread")
+endif()
+if(LUMIVEX_SANITIZE)
+  add_compile_options(${flags} -fno-omit-frame-pointer)
+  add_link_options(${flags})
+endif()

@@ -1,0 +1,131 @@
+// The platform log on a desktop: one readable line per call.
+//
+//   LUMIVEX_DLOG       lowest priority to show: debug, info, warn, error, fatal or a number;
+//                      unset or empty: nothing is written
+//   LUMIVEX_DLOG_FILE  file to append to instead of standard error
+//
+// Both are read once, at the first line.
+
+#include "dlog.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <climits>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kQuiet = INT_MAX;
+
+struct Level {
+  const char* name;
+  char letter;
+  int priority;
+};
+
+// The platform's scale of priorities.
+constexpr Level kLevels[] = {
+    {"verbose", 'V', 2}, {"debug", 'D', DLOG_DEBUG}, {"info", 'I', 4},
+    {"warn", 'W', 5},    {"error", 'E', DLOG_ERROR}, {"fatal", 'F', 7},
+};
+
+int LowestPriority() {
+  const char* wanted = std::getenv("LUMIVEX_DLOG");
+  if (wanted == nullptr || *wanted == '\0') {
+    return kQuiet;
+  }
+  for (const Level& level : kLevels) {
+    if (std::strcmp(wanted, level.name) == 0) {
+      return level.priority;
+    }
+  }
+  char* end = nullptr;
+  const long number = std::strtol(wanted, &end, 10);
+  if (*end == '\0' && number >= 0 && number < INT_MAX) {
+    return static_cast<int>(number);
+  }
+  std::fprintf(stderr, "dlog: LUMIVEX_DLOG is \"%s\", which is no priority; errors are shown\n",
+               wanted);
+  return DLOG_ERROR;
+}
+
+int OpenOutput() {
+  const char* path = std::getenv("LUMIVEX_DLOG_FILE");
+  if (path == nullptr || *path == '\0') {
+    return STDERR_FILENO;
+  }
+  const int file = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+  if (file < 0) {
+    std::fprintf(stderr, "dlog: %s: %s; logging to standard error\n", path, std::strerror(errno));
+    return STDERR_FILENO;
+  }
+  return file;
+}
+
+char LetterOf(int priority) {
+  for (const Level& level : kLevels) {
+    if (level.priority == priority) {
+      return level.letter;
+    }
+  }
+  return '?';
+}
+
+// One call is one line: what would break or garble it is written as an escape.
+void AppendText(std::string* line, const char* text) {
+  for (; *text != '\0'; ++text) {
+    const unsigned char c = static_cast<unsigned char>(*text);
+    if (c == '\n') {
+      *line += "\\n";
+    } else if (std::iscntrl(c) != 0) {
+      char escape[5];
+      std::snprintf(escape, sizeof escape, "\\x%02x", c);
+      *line += escape;
+    } else {
+      *line += *text;
+    }
+  }
+}
+
+}  // namespace
+
+int __dlog_print(int buffer, int priority, const char* tag, const char* format, ...) {
+  static const int lowest = LowestPriority();
+  if (priority < lowest || lowest == kQuiet) {
+    return 0;
+  }
+  static const int output = OpenOutput();
+
+  va_list arguments;
+  va_start(arguments, format);
+  va_list again;
+  va_copy(again, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, arguments);
+  va_end(arguments);
+  std::vector<char> text(length < 0 ? 1 : static_cast<std::size_t>(length) + 1, '\0');
+  if (length >= 0) {
+    std::vsnprintf(text.data(), text.size(), format, again);
+    if (length > 0 && text[text.size() - 2] == '\n') {
+      text[text.size() - 2] = '\0';
+    }
+  }
+  va_end(again);
+  if (length < 0) {
+    return length;
+  }
+
+  std::string line = "[" + std::to_string(buffer) + "] " + LetterOf(priority) + "/";
+  AppendText(&line, tag == nullptr ? "" : tag);
+  line += ": ";
+  AppendText(&line, text.data());
+  line += '\n';
+  // A single write keeps the lines of concurrent callers apart.
+  return static_cast<int>(write(output, line.data(), line.size()));
+}

@@ -1,0 +1,58 @@
+#ifndef PPAPI_CPP_INSTANCE_H_
+#define PPAPI_CPP_INSTANCE_H_
+
+#include <cstdint>
+
+#include "ppapi/c/pp_instance.h"
+#include "ppapi/cpp/instance_handle.h"
+#include "ppapi/cpp/message_handler.h"
+#include "ppapi/cpp/var.h"
+
+#pragma GCC visibility push(default)
+
+namespace pp {
+
+class InputEvent;
+class MessageLoop;
+class Rect;
+class URLLoader;
+class View;
+
+// One plug-in element of a page. Made by Module::CreateInstance and deleted by the module, both on
+// the plug-in's main thread. An Instance may also be made from an id as a temporary, or copied: it
+// only names the element, and its destructor undoes nothing.
+class Instance {
+ public:
+  explicit Instance(PP_Instance instance);
+  Instance(const Instance&) = default;
+  Instance& operator=(const Instance&) = default;
+  virtual ~Instance();
+
+  // Called on the plug-in's main thread. Init is called right after construction; false refuses
+  // the element. HandleMessage gets the page's messages while no message handler is registered.
+  virtual bool Init(uint32_t argc, const char* argn[], const char* argv[]);
+  virtual void DidChangeView(const View& view);
+  virtual void DidChangeView(const Rect& position, const Rect& clip);
+  virtual void DidChangeFocus(bool has_focus);
+  virtual bool HandleInputEvent(const InputEvent& event);
+  virtual bool HandleDocumentLoad(const URLLoader& loader);
+  virtual void HandleMessage(const Var& message);
+
+  PP_Instance pp_instance() const { return pp_instance_; }
+
+  // Copies the message; the page receives it later. Any thread may call it.
+  void PostMessage(const Var& message);
+  // PP_OK, or a PP_ERROR_ value. The handler stays the caller's and must live until it was
+  // unregistered or the thread that runs the loop has ended.
+  int32_t RegisterMessageHandler(MessageHandler* handler, const MessageLoop& loop);
+  void UnregisterMessageHandler();
+
+ private:
+  PP_Instance pp_instance_;
+};
+
+}  // namespace pp
+
+#pragma GCC visibility pop
+
+#endif  // PPAPI_CPP_INSTANCE_H_

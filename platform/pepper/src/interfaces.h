@@ -1,0 +1,32 @@
+#ifndef PEPPER_SRC_INTERFACES_H_
+#define PEPPER_SRC_INTERFACES_H_
+
+#include "ppapi/c/ppb_core.h"
+#include "ppapi/c/ppb_message_loop.h"
+#include "ppapi/c/ppb_messaging.h"
+#include "ppapi/c/ppb_var.h"
+#include "ppapi/c/ppb_var_array.h"
+#include "ppapi/c/ppb_var_dictionary.h"
+
+namespace pp {
+
+class Module;
+
+// The browser's tables that this library calls. A table that the browser does not offer is null,
+// and what needs it answers its failure value.
+struct Interfaces {
+  const PPB_Core* core;
+  const PPB_Var* var;
+  const PPB_VarDictionary* dictionary;
+  const PPB_VarArray* array;
+  const PPB_Messaging* messaging;
+  const PPB_MessageLoop* message_loop;
+};
+
+// Filled when the library is initialised, before any instance exists, and only read afterwards.
+const Interfaces& Browser();
+void FetchInterfaces(const Module& module);
+
+}  // namespace pp
+
+#endif  // PEPPER_SRC_INTERFACES_H_

@@ -1,0 +1,45 @@
+#include "ppapi/quorvel/simple_thread_await_loop.h"
+
+#include <system_error>
+
+#include "ppapi/c/pp_errors.h"
+
+namespace pp {
+
+SimpleThreadAwaitLoop::SimpleThreadAwaitLoop(const InstanceHandle& instance)
+    : message_loop_(instance) {}
+
+SimpleThreadAwaitLoop::~SimpleThreadAwaitLoop() {
+  if (thread_.joinable()) {
+    message_loop_.PostQuit(true);
+    thread_.join();
+  }
+}
+
+bool SimpleThreadAwaitLoop::Start() {
+  if (thread_.joinable()) {
+    return false;
+  }
+  try {
+    thread_ = std::thread(&SimpleThreadAwaitLoop::RunLoop, this);
+  } catch (const std::system_error&) {
+    return false;
+  }
+  std::unique_lock<std::mutex> lock(mutex_);
+  attached_.wait(lock, [this] { return is_attached_; });
+  return true;
+}
+
+void SimpleThreadAwaitLoop::RunLoop() {
+  const int32_t result = message_loop_.AttachToCurrentThread();
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    is_attached_ = true;
+    attached_.notify_one();
+  }
+  if (result == PP_OK) {
+    message_loop_.Run();
+  }
+}
+
+}  // namespace pp

@@ -1,0 +1,104 @@
+#ifndef CRFMANAGER_H_
+#define CRFMANAGER_H_
+
+#include <string>
+
+// The broadcast tuner service, librf-manager.so. The exported names and parameter lists are a
+// binary contract: another implementation of the library may take the place of ours at run time.
+//
+// Threads: every function may be called on any thread. Events come on one thread of the service,
+// which holds no lock meanwhile: a listener may call the tuner from inside OnEvent. That thread
+// exists only while somebody holds a tuner instance.
+//
+// Each successful GetInstance gives a front end of its own: its channel type, tuned service and
+// selected tracks are not shared, and its listener gets the events of its own tunes only. The
+// subtitle mode and status are shared by all instances of one application, and are forgotten with
+// the last of them.
+
+#pragma GCC visibility push(default)
+
+struct _Eo_Opaque;
+
+// Receives tuner events on the tuner's own thread.
+class IEventListener {
+ public:
+  virtual ~IEventListener() = default;
+  // contentType: 0 the service is tuned, 1 there is no signal. param1 is the program number and
+  // param2 the name of the service; param2 is valid only during the call. Must not throw.
+  virtual void OnEvent(unsigned int contentType, int param1, const std::string& param2) = 0;
+};
+
+class CTVSHandler {
+ public:
+  // 0 normal (the default), 1 for the hard of hearing.
+  enum LUMIVEX_SUBTITLE_MODE : int {};
+};
+
+class CAppUtil {
+ public:
+  // Writes the NUL-terminated application id of a process into buffer, of size bytes; a longer id
+  // is cut. 0 on success; otherwise not 0, and nothing is written.
+  static int GetKelvoAppIDByPID(int pid, char* buffer, int size);
+};
+
+class CRFManager {
+ public:
+  // 0 terrestrial (the default), 1 cable.
+  enum LUMIVEX_CHANNEL_TYPE : int {};
+
+  // A tuner instance for an application, or null if applicationId is null or the service cannot
+  // start. It belongs to the service: give it back with ReleaseInstance, once for each successful
+  // call. The other two arguments have no meaning here.
+  static CRFManager* GetInstance(const char* applicationId, bool, _Eo_Opaque*);
+
+  // Gives one instance back; without an instance to give back it does nothing. Once it has
+  // returned, the instance's listener is not called any more and may be deleted: it waits for an
+  // OnEvent that is under way, so hold no lock that OnEvent needs. Called from inside OnEvent it
+  // does not wait. The last release also waits for the service's thread to end.
+  //
+  // It has no argument, so the caller's thread tells whose instance is meant: one that this thread
+  // obtained; else one whose obtaining thread has ended; else any. Release on the thread that
+  // obtained the instance, or after that thread has been joined, and it is always your own.
+  // Where several instances fit, all of them keep silent until it is clear which is meant: a call
+  // through one of them shows that this one is still held, and it works on, late events included.
+  static void ReleaseInstance();
+
+  // All of the following answer true on success; false for an instance that was released, and for
+  // a null or unknown argument. On failure outputs and state stay as they were.
+
+  // Replaces the previous listener; does not return while that one is being called, except inside
+  // OnEvent. The listener stays the caller's and must live until ReleaseInstance has returned.
+  bool RegisterRFEventHandler(IEventListener* listener);
+  bool SetSubtitleWindowSubsurface(unsigned int windowId);
+  // False before a window was set.
+  bool ShowSubtitleWindow();
+  // For later tunes; what is tuned stays.
+  bool SetChType(LUMIVEX_CHANNEL_TYPE type);
+
+  // True: the tune has begun, and its event follows after about 200 ms. Nothing is tuned until
+  // then. A new tune takes the place of one under way, which then gets no event. False: the channel
+  // type has no such service; no event follows, and what is tuned or under way stays.
+  bool TuneRFChannel(int major, int minor, int programNumber, int transportStreamId);
+
+  // All of the following are about the tuned service and answer false while there is none. Indexes
+  // count from 0; a tune selects the first track of each kind.
+  bool GetNumOfMultiAudio(unsigned int* count);
+  bool GetNumOfSubtitle(unsigned int* count);
+  bool GetCurrentAudioIndex(int* index);
+  // False also for a service without subtitles.
+  bool GetCurrentSubtitleIndex(int* index);
+  bool ChangeAudioByIndex(unsigned int index);
+  bool ChangeSubtitleByIndex(int index);
+  bool GetSubtitleMode(CTVSHandler::LUMIVEX_SUBTITLE_MODE* mode);
+  bool SetSubtitleMode(CTVSHandler::LUMIVEX_SUBTITLE_MODE mode);
+  // Hidden until set.
+  bool GetSubtitleStatus(bool* shown);
+  bool SetSubtitleStatus(bool shown);
+  // Languages are ISO 639-2 codes of three letters.
+  bool GetMultiAudioLanguageByIndex(unsigned int index, std::string* language);
+  bool GetSubtitleLanguageByIndex(unsigned int index, std::string* language);
+};
+
+#pragma GCC visibility pop
+
+#endif  // CRFMANAGER_H_

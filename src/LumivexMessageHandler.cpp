@@ -1,0 +1,836 @@
+#include "LumivexMessageHandler.h"
+
+#include <unistd.h>
+
+#include <initializer_list>
+#include <new>
+#include <vector>
+
+#include "ExtensionSystemQuorvel.h"
+#include "LumivexEventListener.h"
+#include "ZunoPlayerAdapter.h"
+#include "ZunoPlayerEventListener.h"
+
+#define LOG_DEBUG(...) __dlog_print(LOG_ID_MAIN, DLOG_DEBUG, kLumivexLogTag, __VA_ARGS__)
+#define LOG_ERROR(...) __dlog_print(LOG_ID_MAIN, DLOG_ERROR, kLumivexLogTag, __VA_ARGS__)
+
+// An error result. The first three codes are the legacy DOMException codes of these names.
+struct RequestRefusal {
+  int32_t code;
+  const char* name;
+  const char* message;
+};
+
+namespace {
+
+constexpr RequestRefusal NotSupported(const char* message) {
+  return {9, "NotSupportedError", message};
+}
+
+constexpr RequestRefusal InvalidState(const char* message) {
+  return {11, "InvalidStateError", message};
+}
+
+constexpr RequestRefusal Security(const char* message) {
+  return {18, "SecurityError", message};
+}
+
+constexpr RequestRefusal InvalidValues(const char* message) {
+  return {26, "InvalidValuesError", message};
+}
+
+constexpr RequestRefusal kNotDictionary = InvalidValues("Incoming message is not dictionary");
+constexpr RequestRefusal kNotDictionaryPosted = InvalidValues("Incoming message is invalid");
+constexpr RequestRefusal kNoModuleName = InvalidValues("Parameter moduleName is invalid");
+constexpr RequestRefusal kNoCommand = InvalidValues("Parameter command is invalid");
+constexpr RequestRefusal kNoPlayerPrivilege =
+    Security("You do not have the lumivexplayer privilege");
+constexpr RequestRefusal kNoRFManagerPrivilege =
+    Security("You do not have the lumivexrfmanager privilege");
+constexpr RequestRefusal kUnknownCommand = NotSupported("Command not recognized");
+constexpr RequestRefusal kPosted = NotSupported("Parameters is invalid");
+constexpr RequestRefusal kNoUrl = InvalidValues("Parameters are invalid");
+constexpr RequestRefusal kInvalidParameter = InvalidValues("Parameter is invalid");
+constexpr RequestRefusal kNoTuner = InvalidState("");
+
+constexpr char kVersion[] = "1.50";  // of both modules
+
+constexpr char kPlayerModule[] = "lumivexplayer";
+constexpr char kRFManagerModule[] = "lumivexrfmanager";
+
+constexpr char kPlayerPrivilege[] = "http://" LUMIVEX_DEVELOPER_HOST "/privilege/lumivexplayer";
+constexpr char kRFManagerPrivilege[] =
+    "http://" LUMIVEX_DEVELOPER_HOST "/privilege/lumivexrfmanager";
+
+constexpr int kApplicationIdSize = 255;
+
+// The rectangle in which the player shows its picture until the page asks for another.
+constexpr unsigned int kInitialWidth = 1920;
+constexpr unsigned int kInitialHeight = 1080;
+
+// Answers of commands that the player or the tuner refused.
+constexpr int32_t kNoValue = -1;
+constexpr char kNoText[] = "FAILED";
+
+// The values of "trackType" that the tuner's commands take.
+constexpr int32_t kAudioTrack = 2;
+constexpr int32_t kSubtitleTrack = 4;
+
+// Tests the keys in their order; the first missing one ends the test.
+bool HasKeys(const pp::VarDictionary& request, std::initializer_list<const char*> keys) {
+  for (const char* key : keys) {
+    if (!request.HasKey(key)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool HasString(const pp::VarDictionary& request, const char* key) {
+  return request.HasKey(key) && request.Get(key).is_string();
+}
+
+int32_t Int(const pp::VarDictionary& request, const char* key) {
+  return request.Get(key).AsInt();
+}
+
+unsigned int Unsigned(const pp::VarDictionary& request, const char* key) {
+  return static_cast<unsigned int>(Int(request, key));
+}
+
+std::string String(const pp::VarDictionary& request, const char* key) {
+  return request.Get(key).AsString();
+}
+
+ILumivexPlayer::MEDIA_TRACK_TYPE TrackType(const pp::VarDictionary& request) {
+  return static_cast<ILumivexPlayer::MEDIA_TRACK_TYPE>(Int(request, "trackType"));
+}
+
+// Toward zero. What rounding lifted out of 32 bits becomes the largest value, as the device's own
+// conversion has it.
+unsigned int Truncate(float value) {
+  constexpr float kBeyond = 4294967296.0F;
+  return value < kBeyond ? static_cast<unsigned int>(value) : 0xFFFFFFFFU;
+}
+
+struct Area {
+  unsigned int x, y, width, height;
+};
+
+// The largest area of the video's shape in the middle of the given one. Single precision and
+// unsigned arithmetic throughout: the page counts on the very pixels.
+Area FitToVideo(Area area, int videoWidth, int videoHeight) {
+  const float videoRatio = static_cast<float>(videoWidth) / static_cast<float>(videoHeight);
+  const float areaRatio = static_cast<float>(area.width) / static_cast<float>(area.height);
+  if (videoRatio > areaRatio) {
+    const unsigned int height = Truncate(static_cast<float>(area.width) / videoRatio);
+    area.y += (area.height - height) >> 1;
+    area.height = height;
+  } else {
+    const unsigned int width = Truncate(videoRatio * static_cast<float>(area.height));
+    area.x += (area.width - width) >> 1;
+    area.width = width;
+  }
+  return area;
+}
+
+}  // namespace
+
+const std::map<const std::string, CLumivexMessageHandler::Command>
+    CLumivexMessageHandler::m_messageMap = {
+        {"HasPlayerPrivilege", &CLumivexMessageHandler::HasPlayerPrivilege},
+        {"SetDataSource", &CLumivexMessageHandler::SetDataSource},
+        {"Start", &CLumivexMessageHandler::Start},
+        {"Stop", &CLumivexMessageHandler::Stop},
+        {"Pause", &CLumivexMessageHandler::Pause},
+        {"Resume", &CLumivexMessageHandler::Resume},
+        {"SeekTo", &CLumivexMessageHandler::SeekTo},
+        {"SetPlaybackSpeed", &CLumivexMessageHandler::SetPlaybackSpeed},
+        {"GetPlaybackSpeed", &CLumivexMessageHandler::GetPlaybackSpeed},
+        {"SetDisplayArea", &CLumivexMessageHandler::SetDisplayArea},
+        {"GetCurrentPosition", &CLumivexMessageHandler::GetCurrentPosition},
+        {"GetDuration", &CLumivexMessageHandler::GetDuration},
+        {"GetVideoWidth", &CLumivexMessageHandler::GetVideoWidth},
+        {"GetVideoHeight", &CLumivexMessageHandler::GetVideoHeight},
+        {"GetNumOfTracks", &CLumivexMessageHandler::GetNumOfTracks},
+        {"GetSelectedTrack", &CLumivexMessageHandler::GetSelectedTrack},
+        {"SelectTrack", &CLumivexMessageHandler::SelectTrack},
+        {"GetTrackLanguageCode", &CLumivexMessageHandler::GetTrackLanguageCode},
+        {"SetTimedTextSource", &CLumivexMessageHandler::SetTimedTextSource},
+        {"SetDRMProperty", &CLumivexMessageHandler::SetDRMProperty},
+        {"GetAvailableBitrates", &CLumivexMessageHandler::GetAvailableBitrates},
+        {"GetPlayerVersion", &CLumivexMessageHandler::GetPlayerVersion},
+        {"HasRFManagerPrivilege", &CLumivexMessageHandler::HasRFManagerPrivilege},
+        {"GetRFManagerVersion", &CLumivexMessageHandler::GetRFManagerVersion},
+        {"SetChannelType", &CLumivexMessageHandler::SetChannelType},
+        {"TuneRFChannel", &CLumivexMessageHandler::TuneRFChannel},
+        {"GetNumOfRFTracks", &CLumivexMessageHandler::GetNumOfRFTracks},
+        {"GetSelectedRFTrack", &CLumivexMessageHandler::GetSelectedRFTrack},
+        {"SelectRFTrack", &CLumivexMessageHandler::SelectRFTrack},
+        {"GetRFSubtitleMode", &CLumivexMessageHandler::GetRFSubtitleMode},
+        {"SetRFSubtitleMode", &CLumivexMessageHandler::SetRFSubtitleMode},
+        {"GetRFSubtitleStatus", &CLumivexMessageHandler::GetRFSubtitleStatus},
+        {"SetRFSubtitleStatus", &CLumivexMessageHandler::SetRFSubtitleStatus},
+        {"GetRFTrackLanguageCode", &CLumivexMessageHandler::GetRFTrackLanguageCode},
+};
+
+pp::Module* pp::CreateModule() {
+  return new (std::nothrow) CLumivexPluginModule();
+}
+
+// Life.
+
+CLumivexMessageHandler::CLumivexMessageHandler(pp::Instance* instance)
+    : m_pInstance(instance),
+      m_pRFManager(nullptr),
+      m_pRFEventListener(nullptr),
+      m_pLumivexPlayer(nullptr),
+      m_pLumivexPlayerEventListener(nullptr),
+      m_hasLumivexPlayerPrivilege(false),
+      m_hasLumivexRFMangerPrivilege(false),
+      m_windowId(-1) {
+  pp::ExtensionSystemQuorvelWRT extensionSystem{pp::InstanceHandle(instance)};
+  m_hasLumivexPlayerPrivilege = extensionSystem.CheckPrivilege(kPlayerPrivilege);
+  m_hasLumivexRFMangerPrivilege = extensionSystem.CheckPrivilege(kRFManagerPrivilege);
+  LOG_DEBUG(
+      LUMIVEX_LOG_LINE("m_hasLumivexPlayerPrivilege : %d / m_hasLumivexRFMangerPrivilege : %d"),
+      m_hasLumivexPlayerPrivilege, m_hasLumivexRFMangerPrivilege);
+  LOG_DEBUG(LUMIVEX_LOG_LINE("LumivexPlayer Version : %s / LumivexRFManager Version: %s"), kVersion,
+            kVersion);
+  m_windowId = extensionSystem.GetWindowId();
+  LOG_DEBUG(LUMIVEX_LOG_LINE("App window Resource ID -> %d"), m_windowId);
+
+  LOG_DEBUG(LUMIVEX_LOG_LINE("Create m_pLumivexPlayerEventListener"));
+  m_pLumivexPlayerEventListener = new CZunoPlayerEventListener(this);
+  m_pLumivexPlayer = new CZunoPlayerAdapter(m_pLumivexPlayerEventListener);
+  if (!m_pLumivexPlayer->SetDisplay(m_windowId, 0, 0, kInitialWidth, kInitialHeight)) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("SetDisplay() returned false."));
+  }
+  LOG_DEBUG(LUMIVEX_LOG_LINE("End of constructor"));
+}
+
+CLumivexMessageHandler::~CLumivexMessageHandler() {
+  LOG_DEBUG(LUMIVEX_LOG_LINE("Lumivex Pepper destructor starts."));
+  if (m_pRFManager != nullptr) {
+    // The tuner calls the listener until it is released.
+    CRFManager::ReleaseInstance();
+    delete m_pRFEventListener;
+  }
+  delete m_pLumivexPlayer;
+  delete m_pLumivexPlayerEventListener;
+  LOG_DEBUG(LUMIVEX_LOG_LINE("Lumivex Pepper destructor end ."));
+}
+
+void CLumivexMessageHandler::Register() {
+  m_pInstance->RegisterMessageHandler(this, pp::MessageLoop::GetCurrent());
+}
+
+// Requests and replies.
+
+const RequestRefusal* CLumivexMessageHandler::CheckRequest(const pp::Var& message,
+                                                           const LogSite& site,
+                                                           std::string* moduleName) const {
+  if (!message.is_dictionary()) {
+    return &kNotDictionary;
+  }
+  const pp::VarDictionary request(message);
+  if (!HasString(request, "moduleName")) {
+    return &kNoModuleName;
+  }
+  *moduleName = String(request, "moduleName");
+  LOG_DEBUG(LUMIVEX_LOG_LINE_AT(site, "=================> moduleName: %s"), moduleName->c_str());
+  // The module name selects the privilege to test and nothing else: a name that is neither of the
+  // two passes no gate.
+  if (*moduleName == kPlayerModule && !m_hasLumivexPlayerPrivilege) {
+    return &kNoPlayerPrivilege;
+  }
+  if (*moduleName == kRFManagerModule && !m_hasLumivexRFMangerPrivilege) {
+    return &kNoRFManagerPrivilege;
+  }
+  return HasString(request, "command") ? nullptr : &kNoCommand;
+}
+
+pp::Var CLumivexMessageHandler::HandleBlockingMessageImpl(pp::InstanceHandle,
+                                                          const pp::Var& message) {
+  std::string moduleName;
+  if (const RequestRefusal* refusal = CheckRequest(message, LUMIVEX_LOG_SITE, &moduleName)) {
+    return Refuse(*refusal);
+  }
+  const pp::VarDictionary request(message);
+  const std::string command = String(request, "command");
+  LOG_DEBUG(LUMIVEX_LOG_LINE("=================> command: %s"), command.c_str());
+  const auto found = m_messageMap.find(command);
+  if (found == m_messageMap.end()) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("Can not handle the command!! "));
+    return Refuse(kUnknownCommand);
+  }
+  return (this->*found->second)(request);
+}
+
+void CLumivexMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
+                                               const pp::Var& message) {
+  const pp::Instance page(instance.pp_instance());
+  std::string moduleName;
+  const RequestRefusal* refusal = CheckRequest(message, LUMIVEX_LOG_SITE, &moduleName);
+  std::string name;
+  if (refusal == nullptr) {
+    refusal = &kPosted;
+    name = String(pp::VarDictionary(message), "command");
+  } else if (refusal == &kNotDictionary) {
+    refusal = &kNotDictionaryPosted;
+  } else if (refusal == &kNoPlayerPrivilege) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("[LumivexMessageHandler] m_hasLumivexPlayerPrivilege fail"));
+    name = moduleName;
+  } else if (refusal == &kNoRFManagerPrivilege) {
+    name = moduleName;
+  }
+  responseData(page, name, refusal->code, pp::Var(pp::Var::Null()), refusal->name,
+               refusal->message);
+}
+
+pp::Var CLumivexMessageHandler::Success(const pp::Var& value) {
+  return createMessage(0, value, std::string(), std::string());
+}
+
+pp::Var CLumivexMessageHandler::Refuse(const RequestRefusal& refusal) {
+  return createMessage(refusal.code, pp::Var(pp::Var::Null()), refusal.name, refusal.message);
+}
+
+pp::Var CLumivexMessageHandler::HasPlayerPrivilege(const pp::VarDictionary&) {
+  return Success(m_hasLumivexPlayerPrivilege);
+}
+
+pp::Var CLumivexMessageHandler::HasRFManagerPrivilege(const pp::VarDictionary&) {
+  return Success(m_hasLumivexRFMangerPrivilege);
+}
+
+// Playback. A refusal by the player is no error result: the page tells it from the value.
+
+pp::Var CLumivexMessageHandler::Control(bool (ILumivexPlayer::*operation)(),
+                                        const LogSite& site,
+                                        const char* failureFormat) {
+  const bool result = (m_pLumivexPlayer->*operation)();
+  if (!result) {
+    LOG_ERROR(failureFormat, site.file, site.function, site.line);
+  }
+  return Success(result);
+}
+
+pp::Var CLumivexMessageHandler::Query(int (ILumivexPlayer::*operation)(),
+                                      const LogSite& site,
+                                      const char* format) {
+  const int value = (m_pLumivexPlayer->*operation)();
+  LOG_DEBUG(format, site.file, site.function, site.line, value);
+  return Success(value);
+}
+
+pp::Var CLumivexMessageHandler::SetDataSource(const pp::VarDictionary& request) {
+  if (!HasString(request, "url")) {
+    return Refuse(kNoUrl);
+  }
+  const std::string url = String(request, "url");
+  if (url.empty()) {
+    return Refuse(kInvalidParameter);
+  }
+  const unsigned int timeOffset =
+      request.HasKey("timeOffset") ? Unsigned(request, "timeOffset") : 0;
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[SetDataSource] url: %s, timeOffset: %u"), url.c_str(), timeOffset);
+  const bool result = m_pLumivexPlayer->SetDataSource(url, timeOffset);
+  if (!result) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("[SetDataSource] SetDataSource(%s, %u) returned false."),
+              url.c_str(), timeOffset);
+  }
+  return Success(result);
+}
+
+pp::Var CLumivexMessageHandler::Start(const pp::VarDictionary&) {
+  return Control(&ILumivexPlayer::Start, LUMIVEX_LOG_SITE,
+                 LUMIVEX_LOG_FORMAT("Start() returned false."));
+}
+
+pp::Var CLumivexMessageHandler::Stop(const pp::VarDictionary&) {
+  return Control(&ILumivexPlayer::Stop, LUMIVEX_LOG_SITE,
+                 LUMIVEX_LOG_FORMAT("Stop() returned false."));
+}
+
+pp::Var CLumivexMessageHandler::Pause(const pp::VarDictionary&) {
+  return Control(&ILumivexPlayer::Pause, LUMIVEX_LOG_SITE,
+                 LUMIVEX_LOG_FORMAT("Pause() returned false."));
+}
+
+pp::Var CLumivexMessageHandler::Resume(const pp::VarDictionary&) {
+  return Control(&ILumivexPlayer::Resume, LUMIVEX_LOG_SITE,
+                 LUMIVEX_LOG_FORMAT("Resume() returned false."));
+}
+
+pp::Var CLumivexMessageHandler::SeekTo(const pp::VarDictionary& request) {
+  if (!request.HasKey("msec")) {
+    return Refuse(kInvalidParameter);
+  }
+  const int msec = Int(request, "msec");
+  LOG_DEBUG(LUMIVEX_LOG_LINE("msec: %d"), msec);
+  const bool result = m_pLumivexPlayer->SeekTo(msec);
+  if (!result) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("SeekTo(%d) returned false."), msec);
+  }
+  return Success(result);
+}
+
+pp::Var CLumivexMessageHandler::SetPlaybackSpeed(const pp::VarDictionary& request) {
+  if (!request.HasKey("speed")) {
+    return Refuse(kInvalidParameter);
+  }
+  const float speed = static_cast<float>(request.Get("speed").AsDouble());
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[SetPlaybackSpeed] SetPlaybackSpeed: %f"),
+            static_cast<double>(speed));
+  const bool result = m_pLumivexPlayer->SetPlaybackSpeed(speed);
+  if (!result) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("SetPlaybackSpeed(%f) returned false."), static_cast<double>(speed));
+  }
+  return Success(result);
+}
+
+pp::Var CLumivexMessageHandler::GetPlaybackSpeed(const pp::VarDictionary&) {
+  const double speed = m_pLumivexPlayer->GetPlaybackSpeed();
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetPlaybackSpeed] %f"), speed);
+  return Success(speed);
+}
+
+pp::Var CLumivexMessageHandler::GetCurrentPosition(const pp::VarDictionary&) {
+  return Query(&ILumivexPlayer::GetCurrentPosition, LUMIVEX_LOG_SITE,
+               LUMIVEX_LOG_FORMAT("GetCurrentPosition returned %d."));
+}
+
+pp::Var CLumivexMessageHandler::GetDuration(const pp::VarDictionary&) {
+  return Query(&ILumivexPlayer::GetDuration, LUMIVEX_LOG_SITE,
+               LUMIVEX_LOG_FORMAT("GetDuration() returned %d."));
+}
+
+pp::Var CLumivexMessageHandler::GetVideoWidth(const pp::VarDictionary&) {
+  return Query(&ILumivexPlayer::GetVideoWidth, LUMIVEX_LOG_SITE,
+               LUMIVEX_LOG_FORMAT("GetVideoWidth() returned %d."));
+}
+
+pp::Var CLumivexMessageHandler::GetVideoHeight(const pp::VarDictionary&) {
+  return Query(&ILumivexPlayer::GetVideoHeight, LUMIVEX_LOG_SITE,
+               LUMIVEX_LOG_FORMAT("GetVideoHeight() returned %d."));
+}
+
+pp::Var CLumivexMessageHandler::GetPlayerVersion(const pp::VarDictionary&) {
+  return Success(kVersion);
+}
+
+// Display, tracks, timed text, DRM and bitrates.
+
+pp::Var CLumivexMessageHandler::SetDisplayArea(const pp::VarDictionary& request) {
+  if (!HasKeys(request, {"x", "y", "width", "height"})) {
+    return Refuse(kInvalidParameter);
+  }
+  Area area = {Unsigned(request, "x"), Unsigned(request, "y"), Unsigned(request, "width"),
+               Unsigned(request, "height")};
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[SetDisplayArea] SetDisplayArea(%u, %u, %u, %u) starts"), area.x,
+            area.y, area.width, area.height);
+  if (request.HasKey("scalingMode") &&
+      Int(request, "scalingMode") == ILumivexPlayer::VIDEO_SCALING_MODE_KEEP_ASPECT_RATIO) {
+    const int videoWidth = m_pLumivexPlayer->GetVideoWidth();
+    const int videoHeight = m_pLumivexPlayer->GetVideoHeight();
+    if (videoWidth <= 0 || videoHeight <= 0) {
+      return Success(false);
+    }
+    area = FitToVideo(area, videoWidth, videoHeight);
+    LOG_DEBUG(
+        LUMIVEX_LOG_LINE("[SetDisplayArea] After adjusting for ScalingMode - (%u, %u, %u, %u)."),
+        area.x, area.y, area.width, area.height);
+  }
+  // The fitting is done here: the player is always asked to fill the area.
+  const bool result = m_pLumivexPlayer->SetDisplayArea(area.x, area.y, area.width, area.height,
+                                                       ILumivexPlayer::VIDEO_SCALING_MODE_FILL);
+  if (!result) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("SetDisplayArea() returned false."));
+  }
+  return Success(result);
+}
+
+pp::Var CLumivexMessageHandler::GetNumOfTracks(const pp::VarDictionary& request) {
+  if (!request.HasKey("trackType")) {
+    return Refuse(kInvalidParameter);
+  }
+  return Success(m_pLumivexPlayer->GetNumOfTracks(TrackType(request)));
+}
+
+pp::Var CLumivexMessageHandler::GetSelectedTrack(const pp::VarDictionary& request) {
+  if (!request.HasKey("trackType")) {
+    return Refuse(kInvalidParameter);
+  }
+  const ILumivexPlayer::MEDIA_TRACK_TYPE trackType = TrackType(request);
+  const int index = m_pLumivexPlayer->GetSelectedTrack(trackType);
+  LOG_DEBUG(LUMIVEX_LOG_LINE("GetSelectedTrack(%d) returned %d."), trackType, index);
+  return Success(index);
+}
+
+pp::Var CLumivexMessageHandler::SelectTrack(const pp::VarDictionary& request) {
+  if (!HasKeys(request, {"trackType", "index"})) {
+    return Refuse(kInvalidParameter);
+  }
+  const ILumivexPlayer::MEDIA_TRACK_TYPE trackType = TrackType(request);
+  const int index = Int(request, "index");
+  LOG_DEBUG(LUMIVEX_LOG_LINE("SelectTrack(%d, %d)"), trackType, index);
+  const bool result = m_pLumivexPlayer->SelectTrack(trackType, index);
+  if (!result) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("SelectTrack(%d, %d) returned false."), trackType, index);
+  }
+  return Success(result);
+}
+
+pp::Var CLumivexMessageHandler::GetTrackLanguageCode(const pp::VarDictionary& request) {
+  if (!HasKeys(request, {"trackType", "index"})) {
+    return Refuse(kInvalidParameter);
+  }
+  const ILumivexPlayer::MEDIA_TRACK_TYPE trackType = TrackType(request);
+  const int index = Int(request, "index");
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetTrackLanguageCode] trackType: %d, index: %d"), trackType, index);
+  std::string language;
+  if (!m_pLumivexPlayer->GetTrackLanguageCode(trackType, index, &language)) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("GetTrackLanguageCode(%d, %d) returned false."), trackType, index);
+    return Success(kNoText);
+  }
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetTrackLanguageCode][Success] language: %s, string length: %d"),
+            language.c_str(), static_cast<int>(language.size()));
+  return Success(language.c_str());
+}
+
+pp::Var CLumivexMessageHandler::SetTimedTextSource(const pp::VarDictionary& request) {
+  if (!HasString(request, "URI")) {
+    return Refuse(kInvalidParameter);
+  }
+  const std::string filePath = String(request, "URI");
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[SetTimedTextSource] filePath: [%s]"), filePath.c_str());
+  const bool result = m_pLumivexPlayer->SetTimedTextSource(filePath);
+  if (!result) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("SetTimedTextSource(%s) returned false."), filePath.c_str());
+  }
+  return Success(result);
+}
+
+pp::Var CLumivexMessageHandler::SetDRMProperty(const pp::VarDictionary& request) {
+  if (!HasKeys(request, {"type", "propertyData"})) {
+    return Refuse(kInvalidParameter);
+  }
+  const auto type = static_cast<ILumivexPlayer::DRM_PROPERTY_TYPE>(Int(request, "type"));
+  const std::string propertyData = String(request, "propertyData");
+  const bool result = m_pLumivexPlayer->SetDRMProperty(type, propertyData);
+  if (!result) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("SetDRMProperty(%d, %s) returned false."), type,
+              propertyData.c_str());
+  }
+  return Success(result);
+}
+
+pp::Var CLumivexMessageHandler::GetAvailableBitrates(const pp::VarDictionary&) {
+  std::string text;
+  std::vector<unsigned int> bitrates;
+  if (!m_pLumivexPlayer->GetAvailableBitrates(&bitrates)) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("GetAvailableBitrates() returned false."));
+    return Success(text);
+  }
+  for (std::size_t i = 0; i < bitrates.size(); ++i) {
+    LOG_DEBUG(LUMIVEX_LOG_LINE("The bitrates[%d] is %lu"), static_cast<int>(i),
+              static_cast<unsigned long>(bitrates[i]));
+    text += (i == 0 ? "" : ",") + std::to_string(bitrates[i]);
+  }
+  return Success(text);
+}
+
+// The tuner.
+
+bool CLumivexMessageHandler::InitRFManager() {
+  if (m_pRFManager != nullptr) {
+    LOG_DEBUG(LUMIVEX_LOG_LINE("RFManager is already initialized."));
+    return true;
+  }
+  char applicationId[kApplicationIdSize] = {};
+  CAppUtil::GetKelvoAppIDByPID(getppid(), applicationId, kApplicationIdSize);
+  m_pRFManager = CRFManager::GetInstance(applicationId, false, nullptr);
+  if (m_pRFManager == nullptr) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("Getting RFManager instance failed."));
+    return false;
+  }
+  m_pRFEventListener = new CLumivexEventListener(this);
+  m_pRFManager->RegisterRFEventHandler(m_pRFEventListener);
+  m_pRFManager->SetSubtitleWindowSubsurface(static_cast<unsigned int>(m_windowId));
+  m_pRFManager->ShowSubtitleWindow();
+  LOG_DEBUG(LUMIVEX_LOG_LINE("RFManager is initialized"));
+  return true;
+}
+
+pp::Var CLumivexMessageHandler::GetRFManagerVersion(const pp::VarDictionary&) {
+  return Success(kVersion);
+}
+
+pp::Var CLumivexMessageHandler::SetChannelType(const pp::VarDictionary& request) {
+  if (!InitRFManager()) {
+    return Refuse(kNoTuner);
+  }
+  if (!request.HasKey("channelType")) {
+    return Refuse(kInvalidParameter);
+  }
+  const int channelType = Int(request, "channelType");
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[SetChannelType] channelType : %d"), channelType);
+  m_pRFManager->SetChType(static_cast<CRFManager::LUMIVEX_CHANNEL_TYPE>(channelType));
+  return Success(true);
+}
+
+pp::Var CLumivexMessageHandler::TuneRFChannel(const pp::VarDictionary& request) {
+  if (!InitRFManager()) {
+    return Refuse(kNoTuner);
+  }
+  // "ptc" has to be there, but tuning goes by the other four.
+  if (!HasKeys(request, {"ptc", "major", "minor", "programNum", "transportStreamID"})) {
+    return Refuse(kInvalidParameter);
+  }
+  const int major = Int(request, "major");
+  const int minor = Int(request, "minor");
+  const int programNum = Int(request, "programNum");
+  const int transportStreamId = Int(request, "transportStreamID");
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[TuneRFChannel] major: %d, minor: %d, progNum: %d, tsid: %d"), major,
+            minor, programNum, transportStreamId);
+  const bool result = m_pRFManager->TuneRFChannel(major, minor, programNum, transportStreamId);
+  if (!result) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("TuneRFChannel(%d, %d, %d, %d) returned false."), major, minor,
+              programNum, transportStreamId);
+  }
+  return Success(result);
+}
+
+// Tracks and subtitles of the tuned service. These commands never obtain the tuner instance, and
+// they test it before they look at the request.
+
+pp::Var CLumivexMessageHandler::GetNumOfRFTracks(const pp::VarDictionary& request) {
+  if (m_pRFManager == nullptr) {
+    return Refuse(kNoTuner);
+  }
+  if (!request.HasKey("trackType")) {
+    return Refuse(kInvalidParameter);
+  }
+  unsigned int totalNumber = 0;
+  switch (Int(request, "trackType")) {
+    case kAudioTrack:
+      LOG_DEBUG(LUMIVEX_LOG_LINE("[GetNumOfRFTracks][Audio] GetNumOfMultiAudio()"));
+      if (!m_pRFManager->GetNumOfMultiAudio(&totalNumber)) {
+        LOG_ERROR(LUMIVEX_LOG_LINE("GetNumOfMultiAudio() returned false."));
+        return Success(kNoValue);
+      }
+      break;
+    case kSubtitleTrack:
+      LOG_DEBUG(LUMIVEX_LOG_LINE("[GetNumOfRFTracks][Subtitle] GetNumOfSubtitle()"));
+      if (!m_pRFManager->GetNumOfSubtitle(&totalNumber)) {
+        LOG_ERROR(LUMIVEX_LOG_LINE("GetNumOfSubtitle() returned false."));
+        return Success(kNoValue);
+      }
+      break;
+    default:
+      LOG_ERROR(LUMIVEX_LOG_LINE("Wrong media type."));
+      return Refuse(kInvalidParameter);
+  }
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetNumOfRFTracks] totalNumber: %u"), totalNumber);
+  return Success(static_cast<int32_t>(totalNumber));
+}
+
+pp::Var CLumivexMessageHandler::GetSelectedRFTrack(const pp::VarDictionary& request) {
+  if (m_pRFManager == nullptr) {
+    return Refuse(kNoTuner);
+  }
+  if (!request.HasKey("trackType")) {
+    return Refuse(kInvalidParameter);
+  }
+  const int trackType = Int(request, "trackType");
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack] trackType: %d "), trackType);
+  int index = -1;
+  switch (trackType) {
+    case kAudioTrack:
+      LOG_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack] GetCurrentAudioInfo()"));
+      if (!m_pRFManager->GetCurrentAudioIndex(&index)) {
+        LOG_ERROR(LUMIVEX_LOG_LINE("GetCurrentAudioIndex() returned false."));
+        return Success(kNoValue);
+      }
+      break;
+    case kSubtitleTrack:
+      LOG_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack]"));
+      if (!m_pRFManager->GetCurrentSubtitleIndex(&index)) {
+        LOG_ERROR(LUMIVEX_LOG_LINE("GetCurrentSubtitleIndex() returned false."));
+        return Success(kNoValue);
+      }
+      break;
+    default:
+      LOG_ERROR(LUMIVEX_LOG_LINE("Wrong media track type."));
+      return Refuse(kInvalidParameter);
+  }
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack] index: %d"), index);
+  return Success(index);
+}
+
+pp::Var CLumivexMessageHandler::SelectRFTrack(const pp::VarDictionary& request) {
+  if (m_pRFManager == nullptr) {
+    return Refuse(kNoTuner);
+  }
+  if (!HasKeys(request, {"trackType", "index"})) {
+    return Refuse(kInvalidParameter);
+  }
+  const int trackType = Int(request, "trackType");
+  const int index = Int(request, "index");
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[SelectRFTrack] trackType: %d, index: %d"), trackType, index);
+  switch (trackType) {
+    case kAudioTrack:
+      LOG_DEBUG(LUMIVEX_LOG_LINE("[SelectRFTrack] ChangeAudioByIndex()"));
+      return Success(m_pRFManager->ChangeAudioByIndex(static_cast<unsigned int>(index)));
+    case kSubtitleTrack:
+      LOG_DEBUG(LUMIVEX_LOG_LINE("[SelectRFTrack] ChangeSubtitleByIndex()"));
+      return Success(m_pRFManager->ChangeSubtitleByIndex(index));
+    default:
+      LOG_ERROR(LUMIVEX_LOG_LINE("Wrong media track type."));
+      return Refuse(kInvalidParameter);
+  }
+}
+
+pp::Var CLumivexMessageHandler::GetRFTrackLanguageCode(const pp::VarDictionary& request) {
+  if (m_pRFManager == nullptr) {
+    return Refuse(kNoTuner);
+  }
+  if (!HasKeys(request, {"trackType", "index"})) {
+    return Refuse(kInvalidParameter);
+  }
+  const int trackType = Int(request, "trackType");
+  const int index = Int(request, "index");
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] trackType: %d, index: %d"), trackType,
+            index);
+  std::string languageCode;
+  switch (trackType) {
+    case kAudioTrack:
+      LOG_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] GetMultiAudioLanguageByIndex()"));
+      if (!m_pRFManager->GetMultiAudioLanguageByIndex(static_cast<unsigned int>(index),
+                                                      &languageCode)) {
+        LOG_ERROR(LUMIVEX_LOG_LINE("GetMultiAudioLanguageByIndex() retunred false."));
+        return Success(kNoText);
+      }
+      break;
+    case kSubtitleTrack:
+      LOG_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] GetSubtitleLanguageByIndex()"));
+      if (!m_pRFManager->GetSubtitleLanguageByIndex(static_cast<unsigned int>(index),
+                                                    &languageCode)) {
+        LOG_ERROR(LUMIVEX_LOG_LINE("GetSubtitleLanguageByIndex() retunred false."));
+        return Success(kNoText);
+      }
+      break;
+    default:
+      LOG_ERROR(LUMIVEX_LOG_LINE("Wrong media track type."));
+      return Refuse(kInvalidParameter);
+  }
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] languageCode : %s"), languageCode.c_str());
+  return Success(languageCode.c_str());
+}
+
+pp::Var CLumivexMessageHandler::GetRFSubtitleMode(const pp::VarDictionary&) {
+  if (m_pRFManager == nullptr) {
+    return Refuse(kNoTuner);
+  }
+  CTVSHandler::LUMIVEX_SUBTITLE_MODE mode{};
+  if (!m_pRFManager->GetSubtitleMode(&mode)) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("GetSubtitleMode() returned false."));
+    return Success(kNoValue);
+  }
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetRFSubtitleMode] subtitle mode: %d"), mode);
+  return Success(static_cast<int32_t>(mode));
+}
+
+pp::Var CLumivexMessageHandler::SetRFSubtitleMode(const pp::VarDictionary& request) {
+  if (m_pRFManager == nullptr) {
+    return Refuse(kNoTuner);
+  }
+  if (!request.HasKey("subtitleMode")) {
+    return Refuse(kInvalidParameter);
+  }
+  const int mode = Int(request, "subtitleMode");
+  const bool result =
+      m_pRFManager->SetSubtitleMode(static_cast<CTVSHandler::LUMIVEX_SUBTITLE_MODE>(mode));
+  if (!result) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("SetSubtitleMode(%d) returned false."), mode);
+  }
+  return Success(result);
+}
+
+pp::Var CLumivexMessageHandler::GetRFSubtitleStatus(const pp::VarDictionary&) {
+  if (m_pRFManager == nullptr) {
+    return Refuse(kNoTuner);
+  }
+  bool shown = false;
+  const bool result = m_pRFManager->GetSubtitleStatus(&shown);
+  if (!result) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("GetSubtitleStatus() returned false."));
+    return Success(kNoValue);
+  }
+  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetRFSubtitleStatus] subtitle status: %d, result: %d"), shown,
+            result);
+  return Success(shown);
+}
+
+pp::Var CLumivexMessageHandler::SetRFSubtitleStatus(const pp::VarDictionary& request) {
+  if (m_pRFManager == nullptr) {
+    return Refuse(kNoTuner);
+  }
+  if (!request.HasKey("showStatus")) {
+    return Refuse(kInvalidParameter);
+  }
+  const bool show = request.Get("showStatus").AsBool();
+  const bool result = m_pRFManager->SetSubtitleStatus(show);
+  if (!result) {
+    LOG_ERROR(LUMIVEX_LOG_LINE("ShowSubtitle(%d) returned false."), show);
+  }
+  return Success(result);
+}
+
+// Events.
+
+void CLumivexMessageHandler::OnError(int type, int extra) {
+  pp::VarDictionary event;
+  event.Set("event", "PLAYBACK_ERROR_EVENT");
+  event.Set("type", type);
+  event.Set("extra", extra);
+  LOG_ERROR(LUMIVEX_LOG_LINE("[OnError] PLAYBACK_ERROR_EVENT >> eventType: %d, extra: %d"), type,
+            extra);
+  m_pInstance->PostMessage(event);
+}
+
+void CLumivexMessageHandler::OnInfo(int type, int param1, int param2) {
+  pp::VarDictionary event;
+  event.Set("event", "PLAYBACK_INFO_EVENT");
+  event.Set("type", type);
+  event.Set("param1", param1);
+  event.Set("param2", param2);
+  LOG_DEBUG(
+      LUMIVEX_LOG_LINE("[OnInfo] PLAYBACK_INFO_EVENT >> eventType: %d, param1: %d, param2: %d"),
+      type, param1, param2);
+  m_pInstance->PostMessage(event);
+}
+
+// Text goes to the page up to its first NUL byte.
+void CLumivexMessageHandler::OnDRMInfo(int type, const std::string& data) {
+  pp::VarDictionary event;
+  event.Set("event", "PLAYBACK_DRMINFO_EVENT");
+  event.Set("type", type);
+  event.Set("data", data.c_str());
+  m_pInstance->PostMessage(event);
+}
+
+void CLumivexMessageHandler::OnTimedText(const std::string& text) {
+  pp::VarDictionary event;
+  event.Set("event", "PLAYBACK_TIMEDTEXT_EVENT");
+  event.Set("text", text.c_str());
+  m_pInstance->PostMessage(event);
+}
+
+void CLumivexMessageHandler::OnRFInfo(int eventType) {
+  pp::VarDictionary event;
+  event.Set("event", "RF_INFO_EVENT");
+  event.Set("eventType", eventType);
+  m_pInstance->PostMessage(event);
+}
