@@ -3,7 +3,7 @@
 #include "LumivexLog.h"
 #include "LumivexMessageHandler.h"
 
-#define LOG_DEBUG(...) __dlog_print(LOG_ID_MAIN, DLOG_DEBUG, kLumivexLogTag, __VA_ARGS__)
+#define LUMIVEX_DEBUG(...) __dlog_print(LOG_ID_MAIN, DLOG_DEBUG, kLumivexLogTag, __VA_ARGS__)
 
 namespace {
 
@@ -14,18 +14,18 @@ constexpr unsigned int TUNE_SUCCESS = 0;
 
 CLumivexEventListener::CLumivexEventListener(CLumivexMessageHandler* messageHandler)
     : m_pMessageHandler(messageHandler) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[CLumivexEventListener] constructor"));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[CLumivexEventListener] constructor"));
 }
 
 void CLumivexEventListener::OnEvent(unsigned int contentType,
                                     int param1,
                                     const std::string& param2) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE(
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE(
                 "[CLumivexEventListener][OnEvent] contentType: [%d], param1: [%d], param2: [%s]"),
             static_cast<int>(contentType), param1, param2.c_str());
   if (contentType != TUNE_SUCCESS) {
     return;
   }
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[CLumivexEventListener][OnEvent][OnRFInfo] Event TUNE_SUCCESS"));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[CLumivexEventListener][OnEvent][OnRFInfo] Event TUNE_SUCCESS"));
   m_pMessageHandler->OnRFInfo(static_cast<int>(TUNE_SUCCESS));
 }

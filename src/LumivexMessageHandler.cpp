@@ -11,8 +11,8 @@
 #include "ZunoPlayerAdapter.h"
 #include "ZunoPlayerEventListener.h"
 
-#define LOG_DEBUG(...) __dlog_print(LOG_ID_MAIN, DLOG_DEBUG, kLumivexLogTag, __VA_ARGS__)
-#define LOG_ERROR(...) __dlog_print(LOG_ID_MAIN, DLOG_ERROR, kLumivexLogTag, __VA_ARGS__)
+#define LUMIVEX_DEBUG(...) __dlog_print(LOG_ID_MAIN, DLOG_DEBUG, kLumivexLogTag, __VA_ARGS__)
+#define LUMIVEX_ERROR(...) __dlog_print(LOG_ID_MAIN, DLOG_ERROR, kLumivexLogTag, __VA_ARGS__)
 
 // An error result. The first three codes are the legacy DOMException codes of these names.
 struct RequestRefusal {
@@ -192,25 +192,25 @@ CLumivexMessageHandler::CLumivexMessageHandler(pp::Instance* instance)
   pp::ExtensionSystemQuorvelWRT extensionSystem{pp::InstanceHandle(instance)};
   m_hasLumivexPlayerPrivilege = extensionSystem.CheckPrivilege(kPlayerPrivilege);
   m_hasLumivexRFMangerPrivilege = extensionSystem.CheckPrivilege(kRFManagerPrivilege);
-  LOG_DEBUG(
+  LUMIVEX_DEBUG(
       LUMIVEX_LOG_LINE("m_hasLumivexPlayerPrivilege : %d / m_hasLumivexRFMangerPrivilege : %d"),
       m_hasLumivexPlayerPrivilege, m_hasLumivexRFMangerPrivilege);
-  LOG_DEBUG(LUMIVEX_LOG_LINE("LumivexPlayer Version : %s / LumivexRFManager Version: %s"), kVersion,
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("LumivexPlayer Version : %s / LumivexRFManager Version: %s"), kVersion,
             kVersion);
   m_windowId = extensionSystem.GetWindowId();
-  LOG_DEBUG(LUMIVEX_LOG_LINE("App window Resource ID -> %d"), m_windowId);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("App window Resource ID -> %d"), m_windowId);
 
-  LOG_DEBUG(LUMIVEX_LOG_LINE("Create m_pLumivexPlayerEventListener"));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Create m_pLumivexPlayerEventListener"));
   m_pLumivexPlayerEventListener = new CZunoPlayerEventListener(this);
   m_pLumivexPlayer = new CZunoPlayerAdapter(m_pLumivexPlayerEventListener);
   if (!m_pLumivexPlayer->SetDisplay(m_windowId, 0, 0, kInitialWidth, kInitialHeight)) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("SetDisplay() returned false."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetDisplay() returned false."));
   }
-  LOG_DEBUG(LUMIVEX_LOG_LINE("End of constructor"));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("End of constructor"));
 }
 
 CLumivexMessageHandler::~CLumivexMessageHandler() {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("Lumivex Pepper destructor starts."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Lumivex Pepper destructor starts."));
   if (m_pRFManager != nullptr) {
     // The tuner calls the listener until it is released.
     CRFManager::ReleaseInstance();
@@ -218,7 +218,7 @@ CLumivexMessageHandler::~CLumivexMessageHandler() {
   }
   delete m_pLumivexPlayer;
   delete m_pLumivexPlayerEventListener;
-  LOG_DEBUG(LUMIVEX_LOG_LINE("Lumivex Pepper destructor end ."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Lumivex Pepper destructor end ."));
 }
 
 void CLumivexMessageHandler::Register() {
@@ -238,7 +238,7 @@ const RequestRefusal* CLumivexMessageHandler::CheckRequest(const pp::Var& messag
     return &kNoModuleName;
   }
   *moduleName = String(request, "moduleName");
-  LOG_DEBUG(LUMIVEX_LOG_LINE_AT(site, "=================> moduleName: %s"), moduleName->c_str());
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE_AT(site, "=================> moduleName: %s"), moduleName->c_str());
   // The module name selects the privilege to test and nothing else: a name that is neither of the
   // two passes no gate.
   if (*moduleName == kPlayerModule && !m_hasLumivexPlayerPrivilege) {
@@ -258,10 +258,10 @@ pp::Var CLumivexMessageHandler::HandleBlockingMessageImpl(pp::InstanceHandle,
   }
   const pp::VarDictionary request(message);
   const std::string command = String(request, "command");
-  LOG_DEBUG(LUMIVEX_LOG_LINE("=================> command: %s"), command.c_str());
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("=================> command: %s"), command.c_str());
   const auto found = m_messageMap.find(command);
   if (found == m_messageMap.end()) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("Can not handle the command!! "));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Can not handle the command!! "));
     return Refuse(kUnknownCommand);
   }
   return (this->*found->second)(request);
@@ -279,7 +279,7 @@ void CLumivexMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
   } else if (refusal == &kNotDictionary) {
     refusal = &kNotDictionaryPosted;
   } else if (refusal == &kNoPlayerPrivilege) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("[LumivexMessageHandler] m_hasLumivexPlayerPrivilege fail"));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("[LumivexMessageHandler] m_hasLumivexPlayerPrivilege fail"));
     name = moduleName;
   } else if (refusal == &kNoRFManagerPrivilege) {
     name = moduleName;
@@ -311,7 +311,7 @@ pp::Var CLumivexMessageHandler::Control(bool (ILumivexPlayer::*operation)(),
                                         const char* failureFormat) {
   const bool result = (m_pLumivexPlayer->*operation)();
   if (!result) {
-    LOG_ERROR(failureFormat, site.file, site.function, site.line);
+    LUMIVEX_ERROR(failureFormat, site.file, site.function, site.line);
   }
   return Success(result);
 }
@@ -320,7 +320,7 @@ pp::Var CLumivexMessageHandler::Query(int (ILumivexPlayer::*operation)(),
                                       const LogSite& site,
                                       const char* format) {
   const int value = (m_pLumivexPlayer->*operation)();
-  LOG_DEBUG(format, site.file, site.function, site.line, value);
+  LUMIVEX_DEBUG(format, site.file, site.function, site.line, value);
   return Success(value);
 }
 
@@ -334,10 +334,10 @@ pp::Var CLumivexMessageHandler::SetDataSource(const pp::VarDictionary& request) 
   }
   const unsigned int timeOffset =
       request.HasKey("timeOffset") ? Unsigned(request, "timeOffset") : 0;
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[SetDataSource] url: %s, timeOffset: %u"), url.c_str(), timeOffset);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetDataSource] url: %s, timeOffset: %u"), url.c_str(), timeOffset);
   const bool result = m_pLumivexPlayer->SetDataSource(url, timeOffset);
   if (!result) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("[SetDataSource] SetDataSource(%s, %u) returned false."),
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("[SetDataSource] SetDataSource(%s, %u) returned false."),
               url.c_str(), timeOffset);
   }
   return Success(result);
@@ -368,10 +368,10 @@ pp::Var CLumivexMessageHandler::SeekTo(const pp::VarDictionary& request) {
     return Refuse(kInvalidParameter);
   }
   const int msec = Int(request, "msec");
-  LOG_DEBUG(LUMIVEX_LOG_LINE("msec: %d"), msec);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("msec: %d"), msec);
   const bool result = m_pLumivexPlayer->SeekTo(msec);
   if (!result) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("SeekTo(%d) returned false."), msec);
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SeekTo(%d) returned false."), msec);
   }
   return Success(result);
 }
@@ -381,18 +381,18 @@ pp::Var CLumivexMessageHandler::SetPlaybackSpeed(const pp::VarDictionary& reques
     return Refuse(kInvalidParameter);
   }
   const float speed = static_cast<float>(request.Get("speed").AsDouble());
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[SetPlaybackSpeed] SetPlaybackSpeed: %f"),
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetPlaybackSpeed] SetPlaybackSpeed: %f"),
             static_cast<double>(speed));
   const bool result = m_pLumivexPlayer->SetPlaybackSpeed(speed);
   if (!result) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("SetPlaybackSpeed(%f) returned false."), static_cast<double>(speed));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetPlaybackSpeed(%f) returned false."), static_cast<double>(speed));
   }
   return Success(result);
 }
 
 pp::Var CLumivexMessageHandler::GetPlaybackSpeed(const pp::VarDictionary&) {
   const double speed = m_pLumivexPlayer->GetPlaybackSpeed();
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetPlaybackSpeed] %f"), speed);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetPlaybackSpeed] %f"), speed);
   return Success(speed);
 }
 
@@ -428,7 +428,7 @@ pp::Var CLumivexMessageHandler::SetDisplayArea(const pp::VarDictionary& request)
   }
   Area area = {Unsigned(request, "x"), Unsigned(request, "y"), Unsigned(request, "width"),
                Unsigned(request, "height")};
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[SetDisplayArea] SetDisplayArea(%u, %u, %u, %u) starts"), area.x,
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetDisplayArea] SetDisplayArea(%u, %u, %u, %u) starts"), area.x,
             area.y, area.width, area.height);
   if (request.HasKey("scalingMode") &&
       Int(request, "scalingMode") == ILumivexPlayer::VIDEO_SCALING_MODE_KEEP_ASPECT_RATIO) {
@@ -438,7 +438,7 @@ pp::Var CLumivexMessageHandler::SetDisplayArea(const pp::VarDictionary& request)
       return Success(false);
     }
     area = FitToVideo(area, videoWidth, videoHeight);
-    LOG_DEBUG(
+    LUMIVEX_DEBUG(
         LUMIVEX_LOG_LINE("[SetDisplayArea] After adjusting for ScalingMode - (%u, %u, %u, %u)."),
         area.x, area.y, area.width, area.height);
   }
@@ -446,7 +446,7 @@ pp::Var CLumivexMessageHandler::SetDisplayArea(const pp::VarDictionary& request)
   const bool result = m_pLumivexPlayer->SetDisplayArea(area.x, area.y, area.width, area.height,
                                                        ILumivexPlayer::VIDEO_SCALING_MODE_FILL);
   if (!result) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("SetDisplayArea() returned false."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetDisplayArea() returned false."));
   }
   return Success(result);
 }
@@ -464,7 +464,7 @@ pp::Var CLumivexMessageHandler::GetSelectedTrack(const pp::VarDictionary& reques
   }
   const ILumivexPlayer::MEDIA_TRACK_TYPE trackType = TrackType(request);
   const int index = m_pLumivexPlayer->GetSelectedTrack(trackType);
-  LOG_DEBUG(LUMIVEX_LOG_LINE("GetSelectedTrack(%d) returned %d."), trackType, index);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetSelectedTrack(%d) returned %d."), trackType, index);
   return Success(index);
 }
 
@@ -474,10 +474,10 @@ pp::Var CLumivexMessageHandler::SelectTrack(const pp::VarDictionary& request) {
   }
   const ILumivexPlayer::MEDIA_TRACK_TYPE trackType = TrackType(request);
   const int index = Int(request, "index");
-  LOG_DEBUG(LUMIVEX_LOG_LINE("SelectTrack(%d, %d)"), trackType, index);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SelectTrack(%d, %d)"), trackType, index);
   const bool result = m_pLumivexPlayer->SelectTrack(trackType, index);
   if (!result) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("SelectTrack(%d, %d) returned false."), trackType, index);
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SelectTrack(%d, %d) returned false."), trackType, index);
   }
   return Success(result);
 }
@@ -488,13 +488,13 @@ pp::Var CLumivexMessageHandler::GetTrackLanguageCode(const pp::VarDictionary& re
   }
   const ILumivexPlayer::MEDIA_TRACK_TYPE trackType = TrackType(request);
   const int index = Int(request, "index");
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetTrackLanguageCode] trackType: %d, index: %d"), trackType, index);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetTrackLanguageCode] trackType: %d, index: %d"), trackType, index);
   std::string language;
   if (!m_pLumivexPlayer->GetTrackLanguageCode(trackType, index, &language)) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("GetTrackLanguageCode(%d, %d) returned false."), trackType, index);
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetTrackLanguageCode(%d, %d) returned false."), trackType, index);
     return Success(kNoText);
   }
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetTrackLanguageCode][Success] language: %s, string length: %d"),
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetTrackLanguageCode][Success] language: %s, string length: %d"),
             language.c_str(), static_cast<int>(language.size()));
   return Success(language.c_str());
 }
@@ -504,10 +504,10 @@ pp::Var CLumivexMessageHandler::SetTimedTextSource(const pp::VarDictionary& requ
     return Refuse(kInvalidParameter);
   }
   const std::string filePath = String(request, "URI");
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[SetTimedTextSource] filePath: [%s]"), filePath.c_str());
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetTimedTextSource] filePath: [%s]"), filePath.c_str());
   const bool result = m_pLumivexPlayer->SetTimedTextSource(filePath);
   if (!result) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("SetTimedTextSource(%s) returned false."), filePath.c_str());
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetTimedTextSource(%s) returned false."), filePath.c_str());
   }
   return Success(result);
 }
@@ -520,7 +520,7 @@ pp::Var CLumivexMessageHandler::SetDRMProperty(const pp::VarDictionary& request)
   const std::string propertyData = String(request, "propertyData");
   const bool result = m_pLumivexPlayer->SetDRMProperty(type, propertyData);
   if (!result) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("SetDRMProperty(%d, %s) returned false."), type,
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetDRMProperty(%d, %s) returned false."), type,
               propertyData.c_str());
   }
   return Success(result);
@@ -530,11 +530,11 @@ pp::Var CLumivexMessageHandler::GetAvailableBitrates(const pp::VarDictionary&) {
   std::string text;
   std::vector<unsigned int> bitrates;
   if (!m_pLumivexPlayer->GetAvailableBitrates(&bitrates)) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("GetAvailableBitrates() returned false."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetAvailableBitrates() returned false."));
     return Success(text);
   }
   for (std::size_t i = 0; i < bitrates.size(); ++i) {
-    LOG_DEBUG(LUMIVEX_LOG_LINE("The bitrates[%d] is %lu"), static_cast<int>(i),
+    LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("The bitrates[%d] is %lu"), static_cast<int>(i),
               static_cast<unsigned long>(bitrates[i]));
     text += (i == 0 ? "" : ",") + std::to_string(bitrates[i]);
   }
@@ -545,21 +545,21 @@ pp::Var CLumivexMessageHandler::GetAvailableBitrates(const pp::VarDictionary&) {
 
 bool CLumivexMessageHandler::InitRFManager() {
   if (m_pRFManager != nullptr) {
-    LOG_DEBUG(LUMIVEX_LOG_LINE("RFManager is already initialized."));
+    LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("RFManager is already initialized."));
     return true;
   }
   char applicationId[kApplicationIdSize] = {};
   CAppUtil::GetKelvoAppIDByPID(getppid(), applicationId, kApplicationIdSize);
   m_pRFManager = CRFManager::GetInstance(applicationId, false, nullptr);
   if (m_pRFManager == nullptr) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("Getting RFManager instance failed."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Getting RFManager instance failed."));
     return false;
   }
   m_pRFEventListener = new CLumivexEventListener(this);
   m_pRFManager->RegisterRFEventHandler(m_pRFEventListener);
   m_pRFManager->SetSubtitleWindowSubsurface(static_cast<unsigned int>(m_windowId));
   m_pRFManager->ShowSubtitleWindow();
-  LOG_DEBUG(LUMIVEX_LOG_LINE("RFManager is initialized"));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("RFManager is initialized"));
   return true;
 }
 
@@ -575,7 +575,7 @@ pp::Var CLumivexMessageHandler::SetChannelType(const pp::VarDictionary& request)
     return Refuse(kInvalidParameter);
   }
   const int channelType = Int(request, "channelType");
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[SetChannelType] channelType : %d"), channelType);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetChannelType] channelType : %d"), channelType);
   m_pRFManager->SetChType(static_cast<CRFManager::LUMIVEX_CHANNEL_TYPE>(channelType));
   return Success(true);
 }
@@ -592,11 +592,11 @@ pp::Var CLumivexMessageHandler::TuneRFChannel(const pp::VarDictionary& request) 
   const int minor = Int(request, "minor");
   const int programNum = Int(request, "programNum");
   const int transportStreamId = Int(request, "transportStreamID");
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[TuneRFChannel] major: %d, minor: %d, progNum: %d, tsid: %d"), major,
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[TuneRFChannel] major: %d, minor: %d, progNum: %d, tsid: %d"), major,
             minor, programNum, transportStreamId);
   const bool result = m_pRFManager->TuneRFChannel(major, minor, programNum, transportStreamId);
   if (!result) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("TuneRFChannel(%d, %d, %d, %d) returned false."), major, minor,
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("TuneRFChannel(%d, %d, %d, %d) returned false."), major, minor,
               programNum, transportStreamId);
   }
   return Success(result);
@@ -615,24 +615,24 @@ pp::Var CLumivexMessageHandler::GetNumOfRFTracks(const pp::VarDictionary& reques
   unsigned int totalNumber = 0;
   switch (Int(request, "trackType")) {
     case kAudioTrack:
-      LOG_DEBUG(LUMIVEX_LOG_LINE("[GetNumOfRFTracks][Audio] GetNumOfMultiAudio()"));
+      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetNumOfRFTracks][Audio] GetNumOfMultiAudio()"));
       if (!m_pRFManager->GetNumOfMultiAudio(&totalNumber)) {
-        LOG_ERROR(LUMIVEX_LOG_LINE("GetNumOfMultiAudio() returned false."));
+        LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetNumOfMultiAudio() returned false."));
         return Success(kNoValue);
       }
       break;
     case kSubtitleTrack:
-      LOG_DEBUG(LUMIVEX_LOG_LINE("[GetNumOfRFTracks][Subtitle] GetNumOfSubtitle()"));
+      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetNumOfRFTracks][Subtitle] GetNumOfSubtitle()"));
       if (!m_pRFManager->GetNumOfSubtitle(&totalNumber)) {
-        LOG_ERROR(LUMIVEX_LOG_LINE("GetNumOfSubtitle() returned false."));
+        LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetNumOfSubtitle() returned false."));
         return Success(kNoValue);
       }
       break;
     default:
-      LOG_ERROR(LUMIVEX_LOG_LINE("Wrong media type."));
+      LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Wrong media type."));
       return Refuse(kInvalidParameter);
   }
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetNumOfRFTracks] totalNumber: %u"), totalNumber);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetNumOfRFTracks] totalNumber: %u"), totalNumber);
   return Success(static_cast<int32_t>(totalNumber));
 }
 
@@ -644,28 +644,28 @@ pp::Var CLumivexMessageHandler::GetSelectedRFTrack(const pp::VarDictionary& requ
     return Refuse(kInvalidParameter);
   }
   const int trackType = Int(request, "trackType");
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack] trackType: %d "), trackType);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack] trackType: %d "), trackType);
   int index = -1;
   switch (trackType) {
     case kAudioTrack:
-      LOG_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack] GetCurrentAudioInfo()"));
+      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack] GetCurrentAudioInfo()"));
       if (!m_pRFManager->GetCurrentAudioIndex(&index)) {
-        LOG_ERROR(LUMIVEX_LOG_LINE("GetCurrentAudioIndex() returned false."));
+        LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetCurrentAudioIndex() returned false."));
         return Success(kNoValue);
       }
       break;
     case kSubtitleTrack:
-      LOG_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack]"));
+      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack]"));
       if (!m_pRFManager->GetCurrentSubtitleIndex(&index)) {
-        LOG_ERROR(LUMIVEX_LOG_LINE("GetCurrentSubtitleIndex() returned false."));
+        LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetCurrentSubtitleIndex() returned false."));
         return Success(kNoValue);
       }
       break;
     default:
-      LOG_ERROR(LUMIVEX_LOG_LINE("Wrong media track type."));
+      LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Wrong media track type."));
       return Refuse(kInvalidParameter);
   }
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack] index: %d"), index);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack] index: %d"), index);
   return Success(index);
 }
 
@@ -678,16 +678,16 @@ pp::Var CLumivexMessageHandler::SelectRFTrack(const pp::VarDictionary& request) 
   }
   const int trackType = Int(request, "trackType");
   const int index = Int(request, "index");
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[SelectRFTrack] trackType: %d, index: %d"), trackType, index);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SelectRFTrack] trackType: %d, index: %d"), trackType, index);
   switch (trackType) {
     case kAudioTrack:
-      LOG_DEBUG(LUMIVEX_LOG_LINE("[SelectRFTrack] ChangeAudioByIndex()"));
+      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SelectRFTrack] ChangeAudioByIndex()"));
       return Success(m_pRFManager->ChangeAudioByIndex(static_cast<unsigned int>(index)));
     case kSubtitleTrack:
-      LOG_DEBUG(LUMIVEX_LOG_LINE("[SelectRFTrack] ChangeSubtitleByIndex()"));
+      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SelectRFTrack] ChangeSubtitleByIndex()"));
       return Success(m_pRFManager->ChangeSubtitleByIndex(index));
     default:
-      LOG_ERROR(LUMIVEX_LOG_LINE("Wrong media track type."));
+      LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Wrong media track type."));
       return Refuse(kInvalidParameter);
   }
 }
@@ -701,31 +701,31 @@ pp::Var CLumivexMessageHandler::GetRFTrackLanguageCode(const pp::VarDictionary& 
   }
   const int trackType = Int(request, "trackType");
   const int index = Int(request, "index");
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] trackType: %d, index: %d"), trackType,
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] trackType: %d, index: %d"), trackType,
             index);
   std::string languageCode;
   switch (trackType) {
     case kAudioTrack:
-      LOG_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] GetMultiAudioLanguageByIndex()"));
+      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] GetMultiAudioLanguageByIndex()"));
       if (!m_pRFManager->GetMultiAudioLanguageByIndex(static_cast<unsigned int>(index),
                                                       &languageCode)) {
-        LOG_ERROR(LUMIVEX_LOG_LINE("GetMultiAudioLanguageByIndex() retunred false."));
+        LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetMultiAudioLanguageByIndex() retunred false."));
         return Success(kNoText);
       }
       break;
     case kSubtitleTrack:
-      LOG_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] GetSubtitleLanguageByIndex()"));
+      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] GetSubtitleLanguageByIndex()"));
       if (!m_pRFManager->GetSubtitleLanguageByIndex(static_cast<unsigned int>(index),
                                                     &languageCode)) {
-        LOG_ERROR(LUMIVEX_LOG_LINE("GetSubtitleLanguageByIndex() retunred false."));
+        LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetSubtitleLanguageByIndex() retunred false."));
         return Success(kNoText);
       }
       break;
     default:
-      LOG_ERROR(LUMIVEX_LOG_LINE("Wrong media track type."));
+      LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Wrong media track type."));
       return Refuse(kInvalidParameter);
   }
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] languageCode : %s"), languageCode.c_str());
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] languageCode : %s"), languageCode.c_str());
   return Success(languageCode.c_str());
 }
 
@@ -735,10 +735,10 @@ pp::Var CLumivexMessageHandler::GetRFSubtitleMode(const pp::VarDictionary&) {
   }
   CTVSHandler::LUMIVEX_SUBTITLE_MODE mode{};
   if (!m_pRFManager->GetSubtitleMode(&mode)) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("GetSubtitleMode() returned false."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetSubtitleMode() returned false."));
     return Success(kNoValue);
   }
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetRFSubtitleMode] subtitle mode: %d"), mode);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFSubtitleMode] subtitle mode: %d"), mode);
   return Success(static_cast<int32_t>(mode));
 }
 
@@ -753,7 +753,7 @@ pp::Var CLumivexMessageHandler::SetRFSubtitleMode(const pp::VarDictionary& reque
   const bool result =
       m_pRFManager->SetSubtitleMode(static_cast<CTVSHandler::LUMIVEX_SUBTITLE_MODE>(mode));
   if (!result) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("SetSubtitleMode(%d) returned false."), mode);
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetSubtitleMode(%d) returned false."), mode);
   }
   return Success(result);
 }
@@ -765,10 +765,10 @@ pp::Var CLumivexMessageHandler::GetRFSubtitleStatus(const pp::VarDictionary&) {
   bool shown = false;
   const bool result = m_pRFManager->GetSubtitleStatus(&shown);
   if (!result) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("GetSubtitleStatus() returned false."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetSubtitleStatus() returned false."));
     return Success(kNoValue);
   }
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[GetRFSubtitleStatus] subtitle status: %d, result: %d"), shown,
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFSubtitleStatus] subtitle status: %d, result: %d"), shown,
             result);
   return Success(shown);
 }
@@ -783,7 +783,7 @@ pp::Var CLumivexMessageHandler::SetRFSubtitleStatus(const pp::VarDictionary& req
   const bool show = request.Get("showStatus").AsBool();
   const bool result = m_pRFManager->SetSubtitleStatus(show);
   if (!result) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("ShowSubtitle(%d) returned false."), show);
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("ShowSubtitle(%d) returned false."), show);
   }
   return Success(result);
 }
@@ -795,7 +795,7 @@ void CLumivexMessageHandler::OnError(int type, int extra) {
   event.Set("event", "PLAYBACK_ERROR_EVENT");
   event.Set("type", type);
   event.Set("extra", extra);
-  LOG_ERROR(LUMIVEX_LOG_LINE("[OnError] PLAYBACK_ERROR_EVENT >> eventType: %d, extra: %d"), type,
+  LUMIVEX_ERROR(LUMIVEX_LOG_LINE("[OnError] PLAYBACK_ERROR_EVENT >> eventType: %d, extra: %d"), type,
             extra);
   m_pInstance->PostMessage(event);
 }
@@ -806,7 +806,7 @@ void CLumivexMessageHandler::OnInfo(int type, int param1, int param2) {
   event.Set("type", type);
   event.Set("param1", param1);
   event.Set("param2", param2);
-  LOG_DEBUG(
+  LUMIVEX_DEBUG(
       LUMIVEX_LOG_LINE("[OnInfo] PLAYBACK_INFO_EVENT >> eventType: %d, param1: %d, param2: %d"),
       type, param1, param2);
   m_pInstance->PostMessage(event);

@@ -4,8 +4,8 @@
 
 #include <atomic>
 
-#define LOG_DEBUG(...) __dlog_print(LOG_ID_MAIN, DLOG_DEBUG, kLogTag, __VA_ARGS__)
-#define LOG_ERROR(...) __dlog_print(LOG_ID_MAIN, DLOG_ERROR, kLogTag, __VA_ARGS__)
+#define LUMIVEX_DEBUG(...) __dlog_print(LOG_ID_MAIN, DLOG_DEBUG, kLogTag, __VA_ARGS__)
+#define LUMIVEX_ERROR(...) __dlog_print(LOG_ID_MAIN, DLOG_ERROR, kLogTag, __VA_ARGS__)
 
 namespace {
 
@@ -50,11 +50,11 @@ constexpr int kNoValue = -1;
 constexpr unsigned int kBufferingComplete = 100;
 
 void LogFinish(const LogSite& site) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE_AT(site, "finishes."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE_AT(site, "finishes."));
 }
 
 void LogFailure(const LogSite& site, const char* format) {
-  LOG_ERROR(format, site.file, site.function, site.line);
+  LUMIVEX_ERROR(format, site.file, site.function, site.line);
 }
 
 // How an operation ends that answers what the library answered.
@@ -98,7 +98,7 @@ const std::map<const _MsgType, const IPlaybackEventListener::ERROR_TYPE>
 
 ILumivexPlayer* GetLumivexPlayer(IPlaybackEventListener* listener) {
   if (listener == nullptr) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("IPlaybackEventListener instance is NULL."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("IPlaybackEventListener instance is NULL."));
     return nullptr;
   }
   return new CZunoPlayerAdapter(listener);
@@ -110,29 +110,29 @@ CZunoPlayerAdapter::CZunoPlayerAdapter(IPlaybackEventListener* listener)
       m_pZunoPlayer(nullptr),
       m_playbackSpeed(0.0F),
       m_isBuffering(false) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("Constructor starts"));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Constructor starts"));
   if (listener == nullptr) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("IPlaybackEventListener instance is NULL."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("IPlaybackEventListener instance is NULL."));
   }
   m_pZunoPlayer = GetPlayerInstance();
   if (m_pZunoPlayer == nullptr) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("GetPlayerInstance() retunred NULL."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetPlayerInstance() retunred NULL."));
     return;
   }
   m_pZunoPlayer->Unnamed3(1);
   m_pZunoPlayer->Unnamed24(0);
   m_pZunoPlayer->Unnamed23(1);
   if (!m_pZunoPlayer->SetMessageCallback(&OnMessage, this)) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("SetMessageCallback() returned false."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetMessageCallback() returned false."));
   }
   if (!m_pZunoPlayer->SetCurrentPositionCallback(&OnCurrentPosition, this)) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("SetCurrentPositionCallback() returned false."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetCurrentPositionCallback() returned false."));
   }
-  LOG_DEBUG(LUMIVEX_LOG_LINE("Constructor finishes."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Constructor finishes."));
 }
 
 CZunoPlayerAdapter::~CZunoPlayerAdapter() {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("Destructor starts."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Destructor starts."));
   if (m_pZunoPlayer != nullptr) {
     Stop();
     delete m_pZunoPlayer;
@@ -140,40 +140,40 @@ CZunoPlayerAdapter::~CZunoPlayerAdapter() {
   }
   if (m_pPlayerLibHandle != nullptr) {
     if (dlclose(m_pPlayerLibHandle) == 0) {
-      LOG_DEBUG(LUMIVEX_LOG_LINE("Unloading ZunoPlayer lib succeeded."));
+      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Unloading ZunoPlayer lib succeeded."));
       m_pPlayerLibHandle = nullptr;
     } else {
-      LOG_ERROR(LUMIVEX_LOG_LINE("dlclose() failed."));
+      LUMIVEX_ERROR(LUMIVEX_LOG_LINE("dlclose() failed."));
     }
   }
-  LOG_DEBUG(LUMIVEX_LOG_LINE("Destructor finishes."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Destructor finishes."));
 }
 
 IZunoPlayer* CZunoPlayerAdapter::GetPlayerInstance() {
   m_pPlayerLibHandle = dlopen(kPlayerLibPath, RTLD_LAZY);
   if (m_pPlayerLibHandle == nullptr) {
     if (const char* reason = dlerror()) {
-      LOG_ERROR(LUMIVEX_LOG_LINE("Loading %s lib failed. (%s)\n"), kPlayerLibPath, reason);
+      LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Loading %s lib failed. (%s)\n"), kPlayerLibPath, reason);
     }
     return nullptr;
   }
-  LOG_DEBUG(LUMIVEX_LOG_LINE("Loading %s lib successed.\n"), kPlayerLibPath);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Loading %s lib successed.\n"), kPlayerLibPath);
 
   const auto create =
       reinterpret_cast<ZunoPlayerCreate>(dlsym(m_pPlayerLibHandle, kPlayerLibEntry));
   IZunoPlayer* const player = create == nullptr ? nullptr : create();
   if (player == nullptr) {
-    LOG_ERROR(LUMIVEX_LOG_LINE(
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE(
         "IZunoPlayer::Create() returned null. ZunoPlayer instance creation failed.\n"));
     return nullptr;
   }
-  LOG_DEBUG(LUMIVEX_LOG_LINE("Create ZunoPlayer instance succeeded."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Create ZunoPlayer instance succeeded."));
   return player;
 }
 
 IPlaybackEventListener* CZunoPlayerAdapter::GetEventListener() {
   if (m_pEventListener == nullptr) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("m_pEventListener instance is NULL."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("m_pEventListener instance is NULL."));
   }
   return m_pEventListener;
 }
@@ -188,7 +188,7 @@ int CZunoPlayerAdapter::StreamTypeConverter(MEDIA_TRACK_TYPE type) {
 
 bool CZunoPlayerAdapter::HasPlayer(const LogSite& site) const {
   if (m_pZunoPlayer == nullptr) {
-    LOG_ERROR(LUMIVEX_LOG_LINE_AT(site, "ZunoPlayer instance is not created yet. Returns false."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE_AT(site, "ZunoPlayer instance is not created yet. Returns false."));
     return false;
   }
   return true;
@@ -225,7 +225,7 @@ int CZunoPlayerAdapter::QueryStreams(bool (IZunoPlayer::*operation)(int, int*),
 
 bool CZunoPlayerAdapter::SetDisplay(
     int windowId, unsigned int x, unsigned int y, unsigned int width, unsigned int height) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("SetDisplay(%d), %d, %d, %d, %d, starts."), windowId,
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SetDisplay(%d), %d, %d, %d, %d, starts."), windowId,
             static_cast<int>(x), static_cast<int>(y), static_cast<int>(width),
             static_cast<int>(height));
   if (!HasPlayer(LUMIVEX_LOG_SITE)) {
@@ -239,49 +239,49 @@ bool CZunoPlayerAdapter::SetDisplay(
 }
 
 bool CZunoPlayerAdapter::SetDataSource(const std::string& url, unsigned int timeOffset) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("SetDataSource(%s, %u) starts."), url.c_str(), timeOffset);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SetDataSource(%s, %u) starts."), url.c_str(), timeOffset);
   return HasPlayer(LUMIVEX_LOG_SITE) &&
          Finish(LUMIVEX_LOG_SITE, m_pZunoPlayer->InitPlayer(url.c_str(), timeOffset),
                 LUMIVEX_LOG_FORMAT("InitPlayer() returned false."));
 }
 
 bool CZunoPlayerAdapter::Start() {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("Start() starts."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Start() starts."));
   return HasPlayer(LUMIVEX_LOG_SITE) && Finish(LUMIVEX_LOG_SITE, m_pZunoPlayer->Play(0),
                                                LUMIVEX_LOG_FORMAT("Play() returned false."));
 }
 
 bool CZunoPlayerAdapter::Stop() {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("Stop() starts."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Stop() starts."));
   return Control(&IZunoPlayer::Stop, LUMIVEX_LOG_SITE,
                  LUMIVEX_LOG_FORMAT("Stop() returned false."));
 }
 
 bool CZunoPlayerAdapter::Pause() {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("Pause() starts."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Pause() starts."));
   return Control(&IZunoPlayer::Pause, LUMIVEX_LOG_SITE,
                  LUMIVEX_LOG_FORMAT("Pause() returned false."));
 }
 
 bool CZunoPlayerAdapter::Resume() {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("Resume() starts."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Resume() starts."));
   return Control(&IZunoPlayer::Resume, LUMIVEX_LOG_SITE,
                  LUMIVEX_LOG_FORMAT("Resume() returned false."));
 }
 
 bool CZunoPlayerAdapter::SeekTo(int msec) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("SeekTo(%d) starts."), msec);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SeekTo(%d) starts."), msec);
   return HasPlayer(LUMIVEX_LOG_SITE) && Finish(LUMIVEX_LOG_SITE, m_pZunoPlayer->Seek(msec),
                                                LUMIVEX_LOG_FORMAT("Seek() returned false."));
 }
 
 float CZunoPlayerAdapter::GetPlaybackSpeed() {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("GetPlaybackSpeed() starts."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetPlaybackSpeed() starts."));
   return HasPlayer(LUMIVEX_LOG_SITE) ? m_playbackSpeed : 0.0F;
 }
 
 bool CZunoPlayerAdapter::SetPlaybackSpeed(float speed) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("SetPlaybackSpeed(%f) starts."), static_cast<double>(speed));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SetPlaybackSpeed(%f) starts."), static_cast<double>(speed));
   if (!HasPlayer(LUMIVEX_LOG_SITE)) {
     return false;
   }
@@ -297,7 +297,7 @@ bool CZunoPlayerAdapter::SetDisplayArea(unsigned int x,
                                         unsigned int width,
                                         unsigned int height,
                                         VIDEO_SCALING_MODE mode) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("SetDisplayArea(%u, %u, %u, %u, %u) starts."), x, y, width, height,
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SetDisplayArea(%u, %u, %u, %u, %u) starts."), x, y, width, height,
             static_cast<unsigned int>(mode));
   if (!HasPlayer(LUMIVEX_LOG_SITE)) {
     return false;
@@ -309,20 +309,20 @@ bool CZunoPlayerAdapter::SetDisplayArea(unsigned int x,
 }
 
 int CZunoPlayerAdapter::GetCurrentPosition() {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("GetCurrentPosition() starts."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetCurrentPosition() starts."));
   return Query(&IZunoPlayer::GetCurrentPosition, LUMIVEX_LOG_SITE,
                LUMIVEX_LOG_FORMAT("GetCurrentPosition() returned false."));
 }
 
 int CZunoPlayerAdapter::GetDuration() {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("GetDuration() starts."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetDuration() starts."));
   return Query(&IZunoPlayer::GetDuration, LUMIVEX_LOG_SITE,
                LUMIVEX_LOG_FORMAT("GetDuration() returned false."));
 }
 
 bool CZunoPlayerAdapter::GetAvailableBitrates(std::vector<unsigned int>* pAvailableBitrates) {
   if (pAvailableBitrates == nullptr) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("pAvailableBitrates is NULL."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("pAvailableBitrates is NULL."));
     return false;
   }
   if (!HasPlayer(LUMIVEX_LOG_SITE)) {
@@ -330,7 +330,7 @@ bool CZunoPlayerAdapter::GetAvailableBitrates(std::vector<unsigned int>* pAvaila
   }
   std::vector<unsigned int> bitrates;
   if (!m_pZunoPlayer->GetAvailableBitrates(&bitrates)) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("GetAvailableBitrates() returned false."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetAvailableBitrates() returned false."));
     return false;
   }
   pAvailableBitrates->insert(pAvailableBitrates->end(), bitrates.begin(), bitrates.end());
@@ -350,33 +350,33 @@ bool CZunoPlayerAdapter::QueryResolution(int* width, int* height, const LogSite&
 }
 
 int CZunoPlayerAdapter::GetVideoWidth() {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("GetVideoWidth() starts."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetVideoWidth() starts."));
   int width = kNoValue;
   int height = kNoValue;
   return QueryResolution(&width, &height, LUMIVEX_LOG_SITE) ? width : kNoValue;
 }
 
 int CZunoPlayerAdapter::GetVideoHeight() {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("GetVideoHeight() starts."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetVideoHeight() starts."));
   int width = kNoValue;
   int height = kNoValue;
   return QueryResolution(&width, &height, LUMIVEX_LOG_SITE) ? height : kNoValue;
 }
 
 int CZunoPlayerAdapter::GetNumOfTracks(MEDIA_TRACK_TYPE type) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("GetNumOfTracks(%d) starts."), type);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetNumOfTracks(%d) starts."), type);
   return QueryStreams(&IZunoPlayer::GetTotalNumOfStreamID, type, LUMIVEX_LOG_SITE,
                       LUMIVEX_LOG_FORMAT("GetTotalNumOfStreamID() returned false."));
 }
 
 int CZunoPlayerAdapter::GetSelectedTrack(MEDIA_TRACK_TYPE type) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("GetSelectedTrack(%d) starts."), type);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetSelectedTrack(%d) starts."), type);
   return QueryStreams(&IZunoPlayer::GetCurrentStreamID, type, LUMIVEX_LOG_SITE,
                       LUMIVEX_LOG_FORMAT("GetCurrentStreamID() returned false."));
 }
 
 bool CZunoPlayerAdapter::SelectTrack(MEDIA_TRACK_TYPE type, int index) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("SelectTrack(%d, %d) starts."), type, index);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SelectTrack(%d, %d) starts."), type, index);
   return HasPlayer(LUMIVEX_LOG_SITE) &&
          Finish(LUMIVEX_LOG_SITE, m_pZunoPlayer->SetStreamID(StreamTypeConverter(type), index),
                 LUMIVEX_LOG_FORMAT("SetStreamID() returned false."));
@@ -385,7 +385,7 @@ bool CZunoPlayerAdapter::SelectTrack(MEDIA_TRACK_TYPE type, int index) {
 bool CZunoPlayerAdapter::GetTrackLanguageCode(MEDIA_TRACK_TYPE type,
                                               int index,
                                               std::string* languageCode) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("GetTrackLanguageCode(%d, %d) starts."), type, index);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetTrackLanguageCode(%d, %d) starts."), type, index);
   if (!HasPlayer(LUMIVEX_LOG_SITE)) {
     return false;
   }
@@ -397,25 +397,25 @@ bool CZunoPlayerAdapter::GetTrackLanguageCode(MEDIA_TRACK_TYPE type,
 }
 
 bool CZunoPlayerAdapter::SetTimedTextSource(const std::string& filePath) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("SetTimedTextSource(%s) starts."), filePath.c_str());
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SetTimedTextSource(%s) starts."), filePath.c_str());
   return HasPlayer(LUMIVEX_LOG_SITE) &&
          Finish(LUMIVEX_LOG_SITE, m_pZunoPlayer->StartSubtitle(filePath.c_str(), 0),
                 LUMIVEX_LOG_FORMAT("StartSubtitle() returned false."));
 }
 
 bool CZunoPlayerAdapter::SetDRMProperty(DRM_PROPERTY_TYPE type, const std::string& propertyData) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("SetDRMProperty(%d, %s) starts."), type, propertyData.c_str());
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SetDRMProperty(%d, %s) starts."), type, propertyData.c_str());
   if (!HasPlayer(LUMIVEX_LOG_SITE)) {
     return false;
   }
   if (type < DRM_PROPERTY_REQUEST_CHALLENGE_DATA || type > DRM_PROPERTY_WMDRM_COOKIE) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("No matching property type. Returns false."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("No matching property type. Returns false."));
     return false;
   }
   const std::string name = kDrmProperties[type];
   if (m_pZunoPlayer->SetDrmInfo(name.c_str(), static_cast<int>(name.size()), propertyData.c_str(),
                                 static_cast<int>(propertyData.size()), 0) != 0) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("SetDrmInfo() returns fail."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetDrmInfo() returns fail."));
     return false;
   }
   LogFinish(LUMIVEX_LOG_SITE);
@@ -423,29 +423,29 @@ bool CZunoPlayerAdapter::SetDRMProperty(DRM_PROPERTY_TYPE type, const std::strin
 }
 
 void CZunoPlayerAdapter::GetVersion(int*, int*) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("GetVersion() starts."));
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetVersion() starts."));
   if (!HasPlayer(LUMIVEX_LOG_SITE)) {
     return;
   }
-  LOG_ERROR(LUMIVEX_LOG_LINE("Not maching function. ZunoPlayer doesn't support version."));
+  LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Not maching function. ZunoPlayer doesn't support version."));
   LogFinish(LUMIVEX_LOG_SITE);
 }
 
 int CZunoPlayerAdapter::OnMessage(int id, void* pParam, void* pUserData) {
-  LOG_DEBUG(LUMIVEX_LOG_LINE("[OnMessage] id: [%d]"), id);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[OnMessage] id: [%d]"), id);
   if (pUserData == nullptr) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("Parameter for adapter instance is NULL."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Parameter for adapter instance is NULL."));
     return kIgnored;
   }
   CZunoPlayerAdapter* const adapter = static_cast<CZunoPlayerAdapter*>(pUserData);
   IPlaybackEventListener* const listener = adapter->GetEventListener();
   if (listener == nullptr) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("GetEventListener() returned NULL."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetEventListener() returned NULL."));
     return kIgnored;
   }
   const auto error = m_ZunoPlayerErrorEventMap.find(_MsgType(id));
   if (error != m_ZunoPlayerErrorEventMap.end()) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("Error event %d occured."), error->second);
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Error event %d occured."), error->second);
     return listener->OnError(error->second, 0);
   }
 
@@ -505,7 +505,7 @@ int CZunoPlayerAdapter::OnBuffering(const ZunoMessageParam* record, const LogSit
   if (percent / 10 == previous / 10) {
     return kIgnored;
   }
-  LOG_DEBUG(LUMIVEX_LOG_LINE_AT(
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE_AT(
                 site, "[INFO_BUFFERING_PROGRESS] Previous[%u] vs. Current[%u] Progress..."),
             previous, percent);
   prevPercent.store(percent, std::memory_order_relaxed);
@@ -515,13 +515,13 @@ int CZunoPlayerAdapter::OnBuffering(const ZunoMessageParam* record, const LogSit
 
 void CZunoPlayerAdapter::OnCurrentPosition(unsigned long position, void* pUserData) {
   if (pUserData == nullptr) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("Parameter for adapter instance is NULL."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Parameter for adapter instance is NULL."));
     return;
   }
   IPlaybackEventListener* const listener =
       static_cast<CZunoPlayerAdapter*>(pUserData)->GetEventListener();
   if (listener == nullptr) {
-    LOG_ERROR(LUMIVEX_LOG_LINE("GetEventListener() returned NULL."));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetEventListener() returned NULL."));
     return;
   }
   listener->OnInfo(IPlaybackEventListener::INFO_CURRENT_POSITION, static_cast<int>(position), 0);

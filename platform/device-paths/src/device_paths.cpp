@@ -32,6 +32,7 @@ void device_paths_set_root(const char* root) {
   Root() = root == nullptr ? "" : root;
 }
 
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): libc names its own __file
 extern "C" __attribute__((visibility("default"))) void* dlopen(const char* path, int mode) {
   using Dlopen = void* (*)(const char*, int);
   static const auto next = reinterpret_cast<Dlopen>(dlsym(RTLD_NEXT, "dlopen"));
