@@ -1,0 +1,93 @@
+#include "runtime.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+#include "ppapi/c/quorvel/ppb_extension_system_quorvel.h"
+
+namespace lumivex::host {
+
+namespace {
+
+std::atomic<Runtime*> current{nullptr};
+
+[[noreturn]] void Abort(const char* function, const char* problem) {
+  std::fprintf(stderr, "%s: %s\n", function, problem);
+  std::abort();
+}
+
+}  // namespace
+
+Runtime::Runtime(Browser::Options options_given)
+    : options(std::move(options_given)),
+      extension_system(options.extension_system != nullptr
+                           ? options.extension_system
+                           : std::make_shared<ExtensionSystem>(options.extension_answers)) {}
+
+Runtime* Runtime::Current() {
+  return current.load(std::memory_order_acquire);
+}
+
+void Runtime::Serve() {
+  Runtime* none = nullptr;
+  if (!current.compare_exchange_strong(none, this)) {
+    Abort("Browser", "another browser is alive in this process");
+  }
+}
+
+void Runtime::StopServing() {
+  current.store(nullptr, std::memory_order_release);
+}
+
+void Runtime::RequireMainThread(const char* function) const {
+  if (!loops.OnMainThread()) {
+    Abort(function, "called on another thread than the browser's");
+  }
+}
+
+void Runtime::ExpectMainThread(const char* function) {
+  if (!loops.OnMainThread()) {
+    defects.Record(std::string(function) + ": called on another thread than the main thread");
+  }
+}
+
+PP_Instance Runtime::AddPage(Browser::EventCallback on_event) {
+  const std::lock_guard<std::mutex> lock(pages_mutex_);
+  const auto instance = static_cast<PP_Instance>(pages_.size() + 1);
+  pages_.push_back(std::make_shared<PageState>(instance, std::move(on_event)));
+  return instance;
+}
+
+PageState* Runtime::FindPage(PP_Instance instance) const {
+  const std::lock_guard<std::mutex> lock(pages_mutex_);
+  const std::size_t place = static_cast<std::size_t>(instance) - 1;
+  return instance < 1 || place >= pages_.size() ? nullptr : pages_[place].get();
+}
+
+std::vector<std::shared_ptr<PageState>> Runtime::Pages() const {
+  const std::lock_guard<std::mutex> lock(pages_mutex_);
+  return pages_;
+}
+
+void Runtime::ClosePage(PageState* page) {
+  if (page->SetClosed()) {
+    plugin_instance->DidDestroy(page->instance());
+    page->DropHandler();
+  }
+}
+
+const void* Runtime::GetInterface(const char* name) {
+  if (name == nullptr) {
+    defects.Record("get_browser_interface: the name is null");
+    return nullptr;
+  }
+  const std::lock_guard<std::mutex> lock(mutex);
+  ++interface_requests[name];
+  const std::string wanted = name;
+  const bool offered =
+      options.offer_extension_system || wanted != PPB_EXTENSIONSYSTEM_QUORVEL_INTERFACE_0_1;
+  return offered && withheld.count(wanted) == 0 ? FindTable(wanted) : nullptr;
+}
+
+}  // namespace lumivex::host

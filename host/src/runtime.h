@@ -1,0 +1,75 @@
+#ifndef HOST_RUNTIME_H_
+#define HOST_RUNTIME_H_
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "host/browser.h"
+#include "host/defects.h"
+#include "host/vars.h"
+#include "loops.h"
+#include "page_state.h"
+#include "ppapi/c/ppp_instance.h"
+#include "ppapi/c/ppp_messaging.h"
+
+namespace lumivex::host {
+
+// What the C tables work on. The tables, the browser and its pages share it.
+class Runtime {
+ public:
+  explicit Runtime(Browser::Options options);
+
+  // The one that the tables serve now; null between two browsers.
+  static Runtime* Current();
+  void Serve();  // aborts when another one is served
+  void StopServing();
+
+  // For functions of the page's side: aborts on another thread than the main thread.
+  void RequireMainThread(const char* function) const;
+  // For functions of the plug-in's side: records a defect there.
+  void ExpectMainThread(const char* function);
+
+  PP_Instance AddPage(Browser::EventCallback on_event);
+  PageState* FindPage(PP_Instance instance) const;
+  std::vector<std::shared_ptr<PageState>> Pages() const;
+  // Main thread; see Page::Close.
+  void ClosePage(PageState* page);
+
+  const void* GetInterface(const char* name);
+
+  const Browser::Options options;
+  const std::shared_ptr<ExtensionSystem> extension_system;
+  Defects defects;
+  VarTable vars{&defects};
+  LoopTable loops{&defects};
+
+  // Set on the main thread before there are pages.
+  const PPP_Instance* plugin_instance = nullptr;
+  std::atomic<const PPP_Messaging*> plugin_messaging{nullptr};
+
+  mutable std::mutex mutex;
+  // Guarded by mutex.
+  std::set<std::string> withheld;
+  std::map<std::string, int> interface_requests;
+  std::optional<int32_t> register_result;
+  std::vector<SyncCall> sync_calls;
+
+ private:
+  mutable std::mutex pages_mutex_;
+  std::vector<std::shared_ptr<PageState>>
+      pages_;  // guarded by pages_mutex_; instance - 1 is the place
+};
+
+// The browser's table of that name, or null. Defined with the tables.
+const void* FindTable(const std::string& name);
+
+}  // namespace lumivex::host
+
+#endif  // HOST_RUNTIME_H_

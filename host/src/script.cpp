@@ -1,0 +1,222 @@
+#include "host/script.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <vector>
+
+#include "host/vars.h"
+
+namespace lumivex::host {
+
+namespace {
+
+constexpr std::chrono::milliseconds kDefaultTimeout{10000};
+constexpr double kLongestWait = 24.0 * 60 * 60 * 1000;
+
+// Where the members of a JSON object begin in its text.
+struct Member {
+  std::string key;
+  std::size_t key_at;
+  std::size_t value_at;
+};
+
+// The column of a byte, counting characters as an editor does.
+std::size_t ColumnOf(std::string_view line, std::size_t offset) {
+  const std::string_view before = line.substr(0, offset);
+  return 1 + static_cast<std::size_t>(std::count_if(before.begin(), before.end(), [](char c) {
+           return (static_cast<unsigned char>(c) & 0xc0U) != 0x80U;
+         }));
+}
+
+// Calls visit(offset, depth) for what is outside strings, and for the opening quote of each string,
+// until it answers false. Depth counts the brackets open before.
+template <class Visit>
+void ScanTokens(std::string_view text, Visit visit) {
+  std::size_t depth = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (!visit(i, depth)) {
+      return;
+    }
+    if (c == '{' || c == '[') {
+      ++depth;
+    } else if ((c == '}' || c == ']') && depth > 0) {
+      --depth;
+    } else if (c == '"') {
+      for (++i; i < text.size() && text[i] != '"'; ++i) {
+        i += text[i] == '\\' ? 1 : 0;
+      }
+    }
+  }
+}
+
+std::optional<std::size_t> FindTooDeep(std::string_view text) {
+  std::optional<std::size_t> found;
+  ScanTokens(text, [&](std::size_t i, std::size_t depth) {
+    if (depth == static_cast<std::size_t>(kMaxDepth) && (text[i] == '{' || text[i] == '[')) {
+      found = i;
+    }
+    return !found;
+  });
+  return found;
+}
+
+// The text must be a valid JSON object.
+std::vector<Member> MembersOf(std::string_view text) {
+  std::vector<Member> members;
+  bool at_key = true;
+  bool at_value = false;
+  ScanTokens(text, [&](std::size_t i, std::size_t depth) {
+    const char c = text[i];
+    if (depth != 1 || c == ' ' || c == '\t' || c == '\r' || c == '\n') {
+      return true;
+    }
+    if (c == ',') {
+      at_key = true;
+    } else if (c == ':' && !at_value) {
+      at_value = true;
+    } else if (at_key && c == '"') {
+      std::size_t end = i + 1;
+      while (text[end] != '"') {
+        end += text[end] == '\\' ? 2 : 1;
+      }
+      members.push_back({Json::parse(text.substr(i, end + 1 - i)).get<std::string>(), i, i});
+      at_key = false;
+    } else if (at_value) {
+      members.back().value_at = i;
+      at_value = false;
+    }
+    return true;
+  });
+  return members;
+}
+
+// What the parser says, without its preamble that names itself and a position.
+std::string ReasonOf(const std::string& what) {
+  const std::size_t position = what.find(", column ");
+  const std::size_t after = position == std::string::npos ? 0 : what.find(": ", position) + 2;
+  std::string reason = what.substr(after);
+  if (after == 0 && reason.find("] ") != std::string::npos) {
+    reason = reason.substr(reason.find("] ") + 2);
+  }
+  return "this is not JSON: " + reason;
+}
+
+class LineReader {
+ public:
+  explicit LineReader(std::string_view line) : line_(line) {}
+
+  ScriptLine Read() const {
+    if (const std::optional<std::size_t> deep = FindTooDeep(line_)) {
+      return Error(*deep, "nested deeper than " + std::to_string(kMaxDepth) + " levels");
+    }
+    Json value;
+    try {
+      value = Json::parse(line_);
+    } catch (const Json::parse_error& error) {
+      return Error(error.byte == 0 ? 0 : error.byte - 1, ReasonOf(error.what()));
+    } catch (const Json::exception& error) {  // a number that is too large
+      const std::string what = error.what();
+      const std::size_t quote = what.find('\'');
+      const std::size_t at = quote == std::string::npos
+                                 ? std::string::npos
+                                 : line_.find(what.substr(quote + 1, what.rfind('\'') - quote - 1));
+      return Error(at == std::string::npos ? 0 : at, ReasonOf(what));
+    }
+    if (value.is_object()) {
+      for (const auto& [key, member] : value.items()) {
+        if (!key.empty() && key.front() == '$') {
+          return ReadDirective(key, value);
+        }
+      }
+    }
+    return SendAction{std::move(value)};
+  }
+
+ private:
+  ScriptError Error(std::size_t offset, std::string reason) const {
+    return {ColumnOf(line_, offset), std::move(reason)};
+  }
+
+  ScriptLine ReadDirective(const std::string& name, const Json& value) const {
+    const std::vector<Member> members = MembersOf(line_);
+    const bool is_wait_for = name == "$waitFor";
+    if (!is_wait_for && name != "$post" && name != "$wait") {
+      return Error(Find(members, name).key_at,
+                   "\"" + name + "\" is no directive; there are $post, $wait and $waitFor");
+    }
+    for (const Member& member : members) {
+      if (member.key != name && !(is_wait_for && member.key == "timeout")) {
+        return Error(member.key_at, "\"" + member.key + "\" does not go with " + name);
+      }
+    }
+    const Json& argument = value.at(name);
+    if (name == "$post") {
+      return PostAction{argument};
+    }
+    if (!is_wait_for) {
+      if (const std::optional<std::chrono::milliseconds> time = ToTime(argument)) {
+        return WaitAction{*time};
+      }
+      return Error(Find(members, name).value_at, kTimeWanted);
+    }
+    if (!argument.is_object()) {
+      return Error(Find(members, name).value_at, "$waitFor wants an object, part of an event");
+    }
+    if (!value.contains("timeout")) {
+      return WaitForAction{argument, kDefaultTimeout};
+    }
+    if (const std::optional<std::chrono::milliseconds> time = ToTime(value.at("timeout"))) {
+      return WaitForAction{argument, *time};
+    }
+    return Error(Find(members, "timeout").value_at, kTimeWanted);
+  }
+
+  // The last one counts when a key is there twice.
+  static Member Find(const std::vector<Member>& members, const std::string& key) {
+    const auto found = std::find_if(members.rbegin(), members.rend(),
+                                    [&key](const Member& m) { return m.key == key; });
+    return found == members.rend() ? Member{key, 0, 0} : *found;
+  }
+
+  static std::optional<std::chrono::milliseconds> ToTime(const Json& value) {
+    if (!value.is_number() || value.get<double>() < 0 || value.get<double>() > kLongestWait) {
+      return std::nullopt;
+    }
+    return std::chrono::milliseconds(static_cast<int64_t>(std::ceil(value.get<double>())));
+  }
+
+  static constexpr const char* kTimeWanted = "a time in milliseconds is wanted, at most a day";
+
+  const std::string_view line_;
+};
+
+}  // namespace
+
+ScriptLine ReadScriptLine(std::string_view line) {
+  // A mark that some editors put in front of a file.
+  const std::string_view mark = "\xef\xbb\xbf";
+  if (line.substr(0, mark.size()) == mark) {
+    line.remove_prefix(mark.size());
+  }
+  const std::size_t start = line.find_first_not_of(" \t\r");
+  if (start == std::string_view::npos || line[start] == '#' || line.substr(start, 2) == "//") {
+    return NoAction{};
+  }
+  return LineReader(line).Read();
+}
+
+bool Matches(const Json& wanted, const Json& event) {
+  if (!wanted.is_object() || !event.is_object()) {
+    return wanted == event;
+  }
+  for (const auto& [key, value] : wanted.items()) {
+    if (!event.contains(key) || !Matches(value, event.at(key))) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace lumivex::host

@@ -1,0 +1,189 @@
+#ifndef PLATFORM_ZUNO_PLAYER_SRC_ENGINE_H_
+#define PLATFORM_ZUNO_PLAYER_SRC_ENGINE_H_
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "IZunoPlayer.h"
+#include "cues.h"
+#include "messages.h"
+#include "pipeline.h"
+#include "video_window.h"
+
+namespace zuno {
+
+// One player: its state, its medium and its callbacks.
+//
+// THREADS. Every engine has one thread of its own, the control thread. It alone makes the
+// callbacks, one after the other, and never holds the lock while it does. In between it reads the
+// pipeline's bus, reports the position and watches for cues. The operations run on the caller's
+// thread, any thread, the control thread (from inside a callback) included. One mutex guards
+// everything. An operation that waits for the pipeline lets go of the mutex and reads the bus
+// itself, so it never needs the control thread to make progress; the other operations that change
+// anything answer false meanwhile. Waits are bounded. None of this code runs on GStreamer's own
+// threads.
+//
+// STATES, and what the operations answer in them. "-" is false, without any effect.
+//
+//             InitPlayer Play       Pause   Resume   Seek      SetPlaySpeed  Stop     getters
+//   empty     ready      -          -       -        -         -             empty    -
+//   ready     ready      playing    -       -        ready     ready         stopped  yes
+//   playing   ready      -          paused  -        playing   playing       stopped  yes
+//   paused    ready      playing    -       playing  paused    paused        stopped  yes
+//   ended     ready      playing    -       -        playing   -             stopped  yes
+//   stopped   ready      playing    -       -        -         -             stopped  -
+//   failed    ready      -          -       -        -         -             stopped  -
+//
+//   ready: opened, at its start offset.  ended: at its end; Play starts over.  stopped: the medium
+//   is closed; Play opens it again from the beginning.  InitPlayer that answers false leaves
+//   "failed", or "empty" for text that names no source.  An error during playback leaves "failed".
+//   While playing, a network medium may pause by itself to fill its buffer; that is still
+//   "playing", and Pause and Resume work as ever.
+class Engine : public std::enable_shared_from_this<Engine> {
+ public:
+  // Null when GStreamer cannot be initialised.
+  static std::shared_ptr<Engine> Start();
+  Engine(const Engine&) = delete;
+  Engine& operator=(const Engine&) = delete;
+  ~Engine();
+
+  // Ends playback, the callbacks and the control thread. Called from inside a callback, it cannot
+  // wait for that thread: the thread then ends by itself once the callback has returned.
+  void ShutDown();
+
+  bool Open(const std::string& source, unsigned int offset_ms);
+  bool Play();
+  bool Stop();
+  bool Pause();
+  bool Resume();
+  // From 0 to the duration.
+  bool Seek(int msec);
+  // From 1/16 to 16; the sound keeps its pitch. InitPlayer goes back to 1.
+  bool SetSpeed(float speed);
+
+  std::optional<std::int64_t> Position();
+  std::optional<std::int64_t> Duration();
+  std::optional<Size> Resolution();
+  // The bitrates of an adaptive medium's variants; empty for every other medium.
+  std::vector<unsigned int> Bitrates();
+
+  // Tracks by the library's stream type: 1 audio, 3 video, 4 text inside the medium, 5 the timed
+  // text file given last (one track at most). Nothing for other types and without a medium.
+  std::optional<int> TrackCount(int stream_type);
+  // Nothing when there is none. No text of the medium is selected, and sent, until one is chosen.
+  std::optional<int> CurrentTrack(int stream_type);
+  bool SelectTrack(int stream_type, int index);
+  bool DescribeTrack(int stream_type, int index, std::string* language, std::string* description);
+
+  // Takes the place of the timed text given before. Belongs to the loaded medium or, without one,
+  // to the next.
+  bool LoadCues(const std::string& source);
+
+  void SetWindow(int window);
+  void SetPlace(const Rect& place);
+
+  // Queues a message with data for the control thread.
+  void PostData(Message id, std::string data);
+
+  // Once these have returned, the old callback is not called any more and has come back, unless
+  // they were called from inside it.
+  void SetMessageCallback(IZunoPlayer::MessageCallback callback, void* user_data);
+  void SetPositionCallback(IZunoPlayer::PositionCallback callback, void* user_data);
+
+ private:
+  enum class State { kEmpty, kReady, kPlaying, kPaused, kEnded, kStopped, kFailed };
+  using Clock = std::chrono::steady_clock;
+  using Lock = std::unique_lock<std::mutex>;
+
+  struct Event {
+    enum Kind { kPlain, kPercent, kData, kPosition };
+    Kind kind;
+    int id;
+    std::int64_t number;
+    std::string data;
+  };
+
+  class Busy;
+
+  Engine();
+
+  // All below are called with the lock held; those with a Lock parameter let go of it in between.
+  bool OpenSource(Lock* lock, unsigned int offset_ms);
+  bool StartPlaying();
+  bool JumpTo(Lock* lock, std::int64_t msec, float speed);
+  bool WaitUntilSettled(Lock* lock, Clock::duration limit);
+  void CloseMedium();
+  void Fail(Message error);
+  void EndBuffering();
+  bool IsLoaded() const;
+  bool IsAdvancing() const;
+  std::int64_t CurrentPosition();
+
+  void DrainBus();
+  void Handle(GstMessage* message);
+  void HandleBuffering(int percent);
+  void CheckForStall();
+  void HandleEndOfStream();
+  void RefreshResolution();
+  void ReportPosition();
+  void SendDueCues();
+  void SendMediumTexts();
+
+  void Run();
+  void Tick();
+  void Deliver(Lock* lock);
+  void Idle(Lock* lock);
+  std::optional<Clock::duration> UntilNextTick();
+  void Push(Event event);
+  void Wake();
+  void WaitForCallback(Lock* lock);
+
+  std::mutex mutex_;
+  std::thread thread_;  // set before anything else runs, joined or detached in ShutDown
+  int wake_fd_ = -1;    // an eventfd; constant
+
+  // Everything below is guarded by mutex_.
+  std::thread::id control_thread_;
+  std::condition_variable callback_done_;
+  bool callback_running_ = false;
+  bool quit_ = false;
+  bool busy_ = false;  // an operation waits for the pipeline, without the lock
+  std::deque<Event> events_;
+  IZunoPlayer::MessageCallback message_callback_ = nullptr;
+  void* message_user_data_ = nullptr;
+  IZunoPlayer::PositionCallback position_callback_ = nullptr;
+  void* position_user_data_ = nullptr;
+
+  State state_ = State::kEmpty;
+  std::string uri_;
+  int window_id_ = 0;
+  Rect place_ = {0, 0, 0, 0};
+  std::unique_ptr<VideoWindow> window_;
+  std::unique_ptr<Pipeline> pipeline_;  // ends before the window it draws into
+  float speed_ = 1.0F;
+  std::int64_t last_position_ms_ = 0;
+  std::optional<Size> size_;
+  bool buffering_ = false;
+  int percent_ = 0;
+  Clock::time_point stalled_at_;  // a buffering period without progress until then is an error
+  int text_track_ = -1;
+  Clock::time_point next_report_;
+
+  CueSchedule cues_;
+  std::string cue_language_;
+  std::string cue_title_;
+  bool cues_for_next_medium_ = false;
+  bool cues_after_jump_ = false;  // cues at the new position are sent even when not playing
+};
+
+}  // namespace zuno
+
+#endif  // PLATFORM_ZUNO_PLAYER_SRC_ENGINE_H_
