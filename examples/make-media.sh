@@ -20,9 +20,10 @@ unfinished=$(mktemp -d ./.unfinished.XXXXXX)
 trap 'rm -rf "$unfinished"' EXIT
 trap 'exit 1' HUP INT TERM
 
-# Runs a pipeline to its end; encoders chatter on standard error even when all is well.
+# Runs a pipeline to its end; encoders chatter on standard error even when all is well. None takes
+# more than seconds, so one that hangs is an error.
 launch() {
-  gst-launch-1.0 -q -e "$@" 2>"$unfinished/log" || {
+  timeout 120 gst-launch-1.0 -q -e "$@" 2>"$unfinished/log" || {
     cat "$unfinished/log" >&2
     exit 1
   }
@@ -117,11 +118,11 @@ variant() {
   launch \
     videotestsrc num-buffers=300 pattern=smpte100 \
     ! "video/x-raw,format=I420,width=$2,height=$3,framerate=25/1" \
-    ! openh264enc bitrate="$4" rate-control=bitrate gop-size=25 complexity=low ! h264parse \
-    ! queue ! sink.video \
+    ! openh264enc bitrate="$4" rate-control=bitrate gop-size=50 complexity=low \
+    ! h264parse config-interval=-1 ! queue ! mux. \
     audiotestsrc num-buffers=600 samplesperbuffer=960 wave=sine freq=440 volume=0.3 \
-    ! audio/x-raw,rate=48000,channels=2 ! voaacenc bitrate=64000 ! aacparse ! queue ! sink.audio \
-    hlssink2 name=sink target-duration=2 playlist-length=0 max-files=0 \
+    ! audio/x-raw,rate=48000,channels=2 ! voaacenc bitrate=64000 ! aacparse ! queue ! mux. \
+    mpegtsmux name=mux ! hlssink target-duration=2 playlist-length=0 max-files=0 \
     location="$unfinished/hls/$1/%03d.ts" playlist-location="$unfinished/hls/$1/index.m3u8"
 }
 
