@@ -1,0 +1,17 @@
+# The plug-in's archive and Debian package: the library, and nothing that belongs to a desktop.
+set(CPACK_GENERATOR TGZ DEB)
+set(CPACK_PACKAGE_NAME "lumivex-pplugin")
+set(CPACK_PACKAGE_VENDOR "Lumivex maintainers")
+set(CPACK_PACKAGE_CONTACT "Lumivex maintainers <maintainers@lumivex.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Streaming and broadcast plug-in for a television's web runtime")
+set(CPACK_PACKAGING_INSTALL_PREFIX "/usr")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL plugin)
+set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
+set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION "libs")
+# The platform's libraries come with the device's image, not from packages.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6, libstdc++6")
+include(CPack)
