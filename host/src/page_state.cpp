@@ -101,18 +101,17 @@ bool PageState::IsOpen() const {
 }
 
 bool PageState::SetClosed() {
-  decltype(calls_) waiting;
   {
-    // Nothing is added to the events once the page counts as closed.
+    // Who sees the page closed also sees its events complete and its senders answered.
     const std::scoped_lock lock(events_mutex_, mutex_);
     if (!open_) {
       return false;
     }
     open_ = false;
-    waiting.swap(calls_);
-  }
-  for (const std::shared_ptr<Call>& call : waiting) {
-    call->Finish(Page::Outcome::kPageGone);
+    for (const std::shared_ptr<Call>& call : calls_) {
+      call->Finish(Page::Outcome::kPageGone);
+    }
+    calls_.clear();
   }
   event_came_.notify_all();
   return true;

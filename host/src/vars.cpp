@@ -86,12 +86,10 @@ Json NumberJson(double number) {
 }
 
 bool IsDeeperThan(const Json& value, int depth) {
-  if (!value.is_structured() || value.empty()) {
-    return false;
-  }
-  return depth == 0 || std::any_of(value.begin(), value.end(), [depth](const Json& child) {
-           return IsDeeperThan(child, depth - 1);
-         });
+  return value.is_structured() &&
+         (depth == 0 || std::any_of(value.begin(), value.end(), [depth](const Json& child) {
+            return IsDeeperThan(child, depth - 1);
+          }));
 }
 
 constexpr uint32_t kLongestArray = 1U << 24;
@@ -110,6 +108,12 @@ struct VarTable::Entry {
 
 struct VarTable::Body {
   explicit Body(PP_VarType type_given) : type(type_given) {}
+
+  // Needs the mutex.
+  std::vector<Entry>::iterator FindEntry(const std::string& key) {
+    return std::find_if(entries.begin(), entries.end(),
+                        [&key](const Entry& entry) { return entry.key == key; });
+  }
 
   const PP_VarType type;
   std::string text;             // of a string; never changes
@@ -351,13 +355,12 @@ PP_Var VarTable::DictionaryGet(PP_Var dictionary, PP_Var key) {
     return UndefinedVar();
   }
   const std::lock_guard<std::mutex> lock(body->mutex);
-  for (const Entry& entry : body->entries) {
-    if (entry.key == name->text) {
-      AddRef(entry.value);
-      return entry.value;
-    }
+  const auto entry = body->FindEntry(name->text);
+  if (entry == body->entries.end()) {
+    return UndefinedVar();
   }
-  return UndefinedVar();
+  AddRef(entry->value);
+  return entry->value;
 }
 
 // Takes a reference for the container that is about to hold the value.
@@ -436,9 +439,7 @@ bool VarTable::DictionarySet(PP_Var dictionary, PP_Var key, PP_Var value) {
   PP_Var replaced = UndefinedVar();
   {
     const std::lock_guard<std::mutex> lock(body->mutex);
-    const auto entry =
-        std::find_if(body->entries.begin(), body->entries.end(),
-                     [&name](const Entry& candidate) { return candidate.key == name->text; });
+    const auto entry = body->FindEntry(name->text);
     if (entry == body->entries.end()) {
       body->entries.push_back({name->text, value});
     } else {
@@ -458,9 +459,7 @@ void VarTable::DictionaryDelete(PP_Var dictionary, PP_Var key) {
   PP_Var removed = UndefinedVar();
   {
     const std::lock_guard<std::mutex> lock(body->mutex);
-    const auto entry =
-        std::find_if(body->entries.begin(), body->entries.end(),
-                     [&name](const Entry& candidate) { return candidate.key == name->text; });
+    const auto entry = body->FindEntry(name->text);
     if (entry == body->entries.end()) {
       return;
     }
@@ -477,8 +476,7 @@ bool VarTable::DictionaryHasKey(PP_Var dictionary, PP_Var key) {
     return false;
   }
   const std::lock_guard<std::mutex> lock(body->mutex);
-  return std::any_of(body->entries.begin(), body->entries.end(),
-                     [&name](const Entry& entry) { return entry.key == name->text; });
+  return body->FindEntry(name->text) != body->entries.end();
 }
 
 PP_Var VarTable::DictionaryKeys(PP_Var dictionary) {

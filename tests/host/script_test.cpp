@@ -1,0 +1,129 @@
+// What a line of a script says, or where it is wrong.
+
+#include "host/script.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <variant>
+
+#include "host/vars.h"
+
+namespace lumivex::host {
+namespace {
+
+using testing::HasSubstr;
+
+std::string Describe(const ScriptLine& line) {
+  struct Visitor {
+    std::string operator()(const NoAction&) const { return "nothing"; }
+    std::string operator()(const SendAction& a) const { return "send " + a.message.dump(); }
+    std::string operator()(const PostAction& a) const { return "post " + a.message.dump(); }
+    std::string operator()(const WaitAction& a) const {
+      return "wait " + std::to_string(a.time.count());
+    }
+    std::string operator()(const WaitForAction& a) const {
+      return "wait for " + a.event.dump() + " " + std::to_string(a.timeout.count());
+    }
+    std::string operator()(const ScriptError& e) const {
+      return std::to_string(e.column) + ": " + e.reason;
+    }
+  };
+  return std::visit(Visitor(), line);
+}
+
+TEST(ScriptTest, LinesSayWhatToDo) {
+  const struct {
+    std::string line;
+    const char* action;
+  } kCases[] = {
+      {"", "nothing"},
+      {" \t\r", "nothing"},
+      {"  // a remark {", "nothing"},
+      {"#!/usr/bin/lumivex-host", "nothing"},
+      {"\xef\xbb\xbf# marked", "nothing"},
+      {R"({"b": 1, "a": [2.5, null]})", R"(send {"b":1,"a":[2.5,null]})"},
+      {"\xef\xbb\xbf{}\r", "send {}"},
+      {R"("text, not // a remark")", R"(send "text, not // a remark")"},
+      {"[{\"$wait\": 1}]", R"(send [{"$wait":1}])"},
+      {R"({"a": {"$post": 1}})", R"(send {"a":{"$post":1}})"},
+      {R"({"": 1, "x$": 2})", R"(send {"":1,"x$":2})"},
+      {R"({"twice": 1, "twice": 2})", R"(send {"twice":2})"},
+      {R"({"$post": null})", "post null"},
+      {R"({"$post": {"$post": 1}})", R"(post {"$post":1})"},
+      {R"({"$wait": 0})", "wait 0"},
+      {R"({"$wait": 1.2})", "wait 2"},
+      {R"({"$waitFor": {}})", "wait for {} 10000"},
+      {R"({"timeout": 5, "$waitFor": {"event": "E"}})", R"(wait for {"event":"E"} 5)"},
+  };
+  for (const auto& c : kCases) {
+    EXPECT_EQ(Describe(ReadScriptLine(c.line)), c.action) << c.line;
+  }
+}
+
+TEST(ScriptTest, MistakesAreFoundAtTheirColumn) {
+  const std::string deepest = std::string(kMaxDepth, '[') + std::string(kMaxDepth, ']');
+  EXPECT_TRUE(std::holds_alternative<SendAction>(ReadScriptLine(deepest)));
+  const struct {
+    std::string line;
+    std::size_t column;
+    const char* reason;
+  } kCases[] = {
+      {"{a: 1}", 2, "invalid literal"},
+      {"  tru", 6, "invalid literal"},
+      {R"({"a": 1)", 8, "unexpected end of input"},
+      {R"({"a": 1} x)", 10, "expected end of input"},
+      {"\xe2\x82\xac", 1, "invalid literal"},
+      {"[\"\xe2\x82\xac\xe2\x82\xac\", x]", 8, "invalid literal"},
+      {"[\"\xff\"]", 3, "UTF-8"},
+      {std::string("[1,\0]", 5), 4, "not JSON"},
+      {"[1, 1e999]", 5, "1e999"},
+      {"[" + deepest + "]", kMaxDepth + 1U, "nested deeper"},
+      {std::string(5000000, '['), kMaxDepth + 1U, "nested deeper"},
+      {R"({"$stop": 1})", 2, "\"$stop\" is no directive"},
+      {R"({"a": {"$wait": 5}, "$": 1})", 21, "\"$\" is no directive"},
+      {R"({"$\u0077ait": "5"})", 16, "milliseconds"},
+      {R"({"$wait": "5"})", 11, "milliseconds"},
+      {R"({"$wait":-1})", 10, "milliseconds"},
+      {R"({"$wait": 86400001})", 11, "at most a day"},
+      {R"({"$wait": 1, "timeout": 2})", 14, "\"timeout\" does not go with $wait"},
+      {R"({"$post": {"a": "}\""}, "command": "x"})", 25, "\"command\" does not go with $post"},
+      {R"({"$waitFor": "E"})", 14, "wants an object"},
+      {R"({"$waitFor": {}, "timeout": null})", 29, "milliseconds"},
+      {R"({"$waitFor": {}, "$post": 1})", 18, "\"$post\" does not go with $waitFor"},
+  };
+  for (const auto& c : kCases) {
+    const ScriptLine line = ReadScriptLine(c.line);
+    const ScriptError* const error = std::get_if<ScriptError>(&line);
+    ASSERT_NE(error, nullptr) << c.line.substr(0, 60);
+    EXPECT_EQ(error->column, c.column) << c.line.substr(0, 60) << ": " << error->reason;
+    EXPECT_THAT(error->reason, HasSubstr(c.reason));
+  }
+}
+
+TEST(ScriptTest, EventsMatchInPart) {
+  const Json event = {{"event", "E"}, {"n", 1}, {"list", {1, 2}}, {"in", {{"a", 1}, {"b", 2}}}};
+  const struct {
+    const char* wanted;
+    bool matches;
+  } kCases[] = {
+      {"{}", true},
+      {R"({"event": "E"})", true},
+      {R"({"n": 1.0, "event": "E"})", true},
+      {R"({"event": "e"})", false},
+      {R"({"n": "1"})", false},
+      {R"({"absent": null})", false},
+      {R"({"in": {"b": 2}})", true},
+      {R"({"in": {"b": 3}})", false},
+      {R"({"list": [1, 2]})", true},
+      {R"({"list": [1]})", false},
+  };
+  for (const auto& c : kCases) {
+    EXPECT_EQ(Matches(Json::parse(c.wanted), event), c.matches) << c.wanted;
+  }
+  EXPECT_FALSE(Matches(Json::object(), "an event that is no object"));
+}
+
+}  // namespace
+}  // namespace lumivex::host

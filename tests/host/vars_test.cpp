@@ -1,0 +1,326 @@
+// The var table behind PPB_Var, PPB_VarDictionary and PPB_VarArray, called as a plug-in calls it.
+
+#include "host/vars.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/browser.h"
+#include "tables.h"
+
+namespace lumivex::host {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class VarsTest : public testing::Test {
+ protected:
+  PP_Var Text(const std::string& text) {
+    return tables_.var.VarFromUtf8(text.data(), static_cast<uint32_t>(text.size()));
+  }
+  std::string TextOf(PP_Var var) {
+    uint32_t length = 99;
+    const char* const text = tables_.var.VarToUtf8(var, &length);
+    return text == nullptr ? "null of " + std::to_string(length) : std::string(text, length);
+  }
+  void Release(PP_Var var) { tables_.var.Release(var); }
+
+  Browser browser_;
+  Tables tables_;
+};
+
+TEST_F(VarsTest, TextIsKeptOrRefused) {
+  const struct {
+    const char* what;
+    std::string text;
+    bool utf8;
+  } kCases[] = {
+      {"empty", "", true},
+      {"with a NUL", std::string("a\0b", 3), true},
+      {"two to four bytes", "\xc2\x80 \xe0\xa0\x80 \xef\xbf\xbf \xf0\x90\x80\x80 \xf4\x8f\xbf\xbf",
+       true},
+      {"beside the surrogates", "\xed\x9f\xbf \xee\x80\x80", true},
+      {"a lone continuation", "a\x80", false},
+      {"cut short", "\xe2\x82", false},
+      {"overlong in two", "\xc0\xaf", false},
+      {"overlong in three", "\xe0\x9f\xbf", false},
+      {"overlong in four", "\xf0\x8f\xbf\xbf", false},
+      {"a surrogate", "\xed\xa0\x80", false},
+      {"above the range", "\xf4\x90\x80\x80", false},
+      {"Latin-1", "\xfcmlaut", false},
+  };
+  for (const auto& c : kCases) {
+    const PP_Var var = Text(c.text);
+    EXPECT_EQ(var.type, c.utf8 ? PP_VARTYPE_STRING : PP_VARTYPE_NULL) << c.what;
+    if (c.utf8) {
+      EXPECT_EQ(TextOf(var), c.text) << c.what;
+    }
+    Release(var);
+  }
+  EXPECT_EQ(browser_.LiveVars(), 0);
+  EXPECT_THAT(browser_.Defects(), IsEmpty());
+}
+
+TEST_F(VarsTest, ContainersHoldReferencesAndKeepOrder) {
+  const PP_Var dictionary = tables_.dictionary.Create();
+  const PP_Var array = tables_.array.Create();
+  const PP_Var z = Text("z");
+  const PP_Var a = Text("a");
+  EXPECT_TRUE(tables_.dictionary.Set(dictionary, z, array));
+  EXPECT_TRUE(tables_.dictionary.Set(dictionary, a, IntVar(1)));
+  EXPECT_TRUE(tables_.dictionary.Set(dictionary, a, a));  // replaces, keeps its place
+  EXPECT_TRUE(tables_.array.Set(array, 2, z));
+  Release(z);
+  Release(a);
+  Release(array);
+  EXPECT_EQ(browser_.vars().ToJson(dictionary),
+            Json::parse(R"({"a": "a", "z": [null, null, "z"]})"));
+
+  const PP_Var keys = tables_.dictionary.GetKeys(dictionary);
+  EXPECT_EQ(browser_.vars().ToJson(keys), Json::parse(R"(["z", "a"])"));
+  const PP_Var key = tables_.array.Get(keys, 0);
+  const PP_Var got = tables_.dictionary.Get(dictionary, key);
+  EXPECT_EQ(got.value.as_id, array.value.as_id);
+  EXPECT_EQ(tables_.array.GetLength(got), 3U);
+  EXPECT_TRUE(tables_.array.SetLength(got, 2));
+  EXPECT_EQ(tables_.array.Get(got, 2).type, PP_VARTYPE_UNDEFINED);
+  EXPECT_TRUE(tables_.dictionary.HasKey(dictionary, key));
+  tables_.dictionary.Delete(dictionary, key);
+  EXPECT_FALSE(tables_.dictionary.HasKey(dictionary, key));
+  EXPECT_EQ(tables_.dictionary.Get(dictionary, key).type, PP_VARTYPE_UNDEFINED);
+
+  Release(got);
+  Release(key);
+  Release(keys);
+  Release(dictionary);
+  EXPECT_EQ(browser_.LiveVars(), 0);
+  EXPECT_THAT(browser_.Defects(), IsEmpty());
+}
+
+TEST_F(VarsTest, MisuseIsRecordedAndHarmless) {
+  const PP_Var dictionary = tables_.dictionary.Create();
+  const PP_Var array = tables_.array.Create();
+  const PP_Var text = Text("text");
+  const PP_Var dead = Text("dead");
+  Release(dead);
+  const PP_Var reused = Text("in the place of the dead one");
+  PP_Var unknown = text;
+  unknown.value.as_id = (int64_t{1} << 32) | 12345;
+  PP_Var mistyped = dictionary;
+  mistyped.type = PP_VARTYPE_STRING;
+  PP_Var wild = text;
+  wild.type = static_cast<PP_VarType>(13);
+
+  const struct {
+    std::function<void()> misuse;
+    const char* recorded;
+  } kCases[] = {
+      {[&] { Release(dead); }, "Release: string 0x"},
+      {[&] { Release(dead); }, "was released before"},
+      {[&] { tables_.var.AddRef(dead); }, "AddRef: string"},
+      {[&] { EXPECT_EQ(TextOf(dead), "null of 0"); }, "VarToUtf8"},
+      {[&] { Release(unknown); }, "does not live"},
+      {[&] { Release(mistyped); }, "does not live"},
+      {[&] { Release(wild); }, "value of unknown type"},
+      {[&] { EXPECT_EQ(TextOf(dictionary), "null of 0"); }, "dictionary 0x"},
+      {[&] { EXPECT_EQ(TextOf(IntVar(5)), "null of 0"); }, "VarToUtf8: int32 is no string"},
+      {[&] { EXPECT_EQ(tables_.var.VarFromUtf8(nullptr, 3).type, PP_VARTYPE_NULL); },
+       "VarFromUtf8"},
+      {[&] { EXPECT_FALSE(tables_.dictionary.Set(dictionary, IntVar(1), text)); },
+       "VarDictionary.Set, key: int32 is no string"},
+      {[&] { EXPECT_FALSE(tables_.dictionary.Set(array, text, text)); }, "is no dictionary"},
+      {[&] { EXPECT_FALSE(tables_.dictionary.Set(dictionary, text, dead)); },
+       "VarDictionary.Set: "},
+      {[&] { EXPECT_FALSE(tables_.dictionary.HasKey(dictionary, NullVar())); }, "HasKey, key"},
+      {[&] { EXPECT_EQ(tables_.dictionary.Get(NullVar(), text).type, PP_VARTYPE_UNDEFINED); },
+       "VarDictionary.Get: null is no dictionary"},
+      {[&] { tables_.dictionary.Delete(text, text); }, "VarDictionary.Delete"},
+      {[&] { Release(tables_.dictionary.GetKeys(text)); }, "VarDictionary.GetKeys"},
+      {[&] { EXPECT_FALSE(tables_.array.Set(array, 4000000000U, text)); }, "would be too long"},
+      {[&] { EXPECT_FALSE(tables_.array.SetLength(array, 4000000000U)); }, "would be too long"},
+      {[&] { EXPECT_EQ(tables_.array.GetLength(dictionary), 0U); }, "VarArray.GetLength"},
+      {[&] { EXPECT_EQ(tables_.array.Get(dictionary, 0).type, PP_VARTYPE_UNDEFINED); },
+       "Array.Get"},
+  };
+  std::size_t defects = 0;
+  for (const auto& c : kCases) {
+    c.misuse();
+    ASSERT_EQ(browser_.Defects().size(), ++defects) << c.recorded;
+    EXPECT_THAT(browser_.Defects().back(), HasSubstr(c.recorded));
+  }
+
+  // Values without a count are nobody's mistake, and nothing above cost a reference.
+  Release(IntVar(1));
+  tables_.var.AddRef(UndefinedVar());
+  EXPECT_EQ(browser_.Defects().size(), defects);
+  EXPECT_EQ(TextOf(reused), "in the place of the dead one");
+  for (const PP_Var& var : {dictionary, array, text, reused}) {
+    Release(var);
+  }
+  EXPECT_EQ(browser_.LiveVars(), 0);
+}
+
+TEST_F(VarsTest, ContainersCannotHoldThemselves) {
+  const PP_Var outer = tables_.array.Create();
+  const PP_Var inner = tables_.dictionary.Create();
+  const PP_Var key = Text("key");
+  EXPECT_FALSE(tables_.array.Set(outer, 0, outer));
+  EXPECT_TRUE(tables_.array.Set(outer, 0, inner));
+  EXPECT_TRUE(tables_.array.Set(outer, 1, inner));  // twice is no cycle
+  EXPECT_FALSE(tables_.dictionary.Set(inner, key, outer));
+  EXPECT_THAT(browser_.Defects(), ElementsAre(HasSubstr("itself"), HasSubstr("itself")));
+  EXPECT_EQ(browser_.vars().ToJson(outer), Json::parse("[{}, {}]"));
+  tables_.array.SetLength(outer, 0);
+  EXPECT_TRUE(tables_.dictionary.Set(inner, key, outer));  // and now it may be the other way round
+  for (const PP_Var& var : {outer, inner, key}) {
+    Release(var);
+  }
+  EXPECT_EQ(browser_.LiveVars(), 0);
+}
+
+TEST_F(VarsTest, DeepNestingNeitherPassesNorOverflows) {
+  const auto nested = [this](int levels) {
+    PP_Var var = tables_.array.Create();
+    for (int i = 1; i < levels; ++i) {
+      const PP_Var outer = tables_.array.Create();
+      tables_.array.Set(outer, 0, var);
+      Release(var);
+      var = outer;
+    }
+    return var;
+  };
+  const PP_Var most = nested(kMaxDepth);
+  const PP_Var more = nested(kMaxDepth + 1);
+  const PP_Var many = nested(200000);
+  EXPECT_TRUE(browser_.vars().ToJson(most));
+  EXPECT_FALSE(browser_.vars().ToJson(more));
+  EXPECT_FALSE(browser_.vars().DeepCopy(many));
+  EXPECT_THAT(browser_.Defects(), ElementsAre(HasSubstr("too deep"), HasSubstr("too deep")));
+
+  const std::optional<PP_Var> back =
+      browser_.vars().FromJson(browser_.vars().ToJson(most).value_or(Json()));
+  ASSERT_TRUE(back);
+  EXPECT_FALSE(browser_.vars().FromJson(Json::array({*browser_.vars().ToJson(most)})));
+  for (const PP_Var& var : {most, more, many, *back}) {
+    Release(var);
+  }
+  EXPECT_EQ(browser_.LiveVars(), 0);
+}
+
+TEST_F(VarsTest, NumbersAreConvertedAsAPageDoes) {
+  constexpr double kInf = std::numeric_limits<double>::infinity();
+  const struct {
+    Json json;
+    PP_VarType type;
+    double value;
+  } kCases[] = {
+      {0, PP_VARTYPE_INT32, 0},
+      {-7, PP_VARTYPE_INT32, -7},
+      {2.0, PP_VARTYPE_INT32, 2},
+      {2.5, PP_VARTYPE_DOUBLE, 2.5},
+      {2147483647, PP_VARTYPE_INT32, 2147483647},
+      {2147483648, PP_VARTYPE_DOUBLE, 2147483648.0},
+      {-2147483648LL, PP_VARTYPE_INT32, -2147483648.0},
+      {-2147483649LL, PP_VARTYPE_DOUBLE, -2147483649.0},
+      {18446744073709551615ULL, PP_VARTYPE_DOUBLE, 18446744073709551616.0},
+      {-0.0, PP_VARTYPE_DOUBLE, 0},
+      {kInf, PP_VARTYPE_DOUBLE, kInf},
+  };
+  for (const auto& c : kCases) {
+    const PP_Var var = browser_.vars().FromJson(c.json).value_or(UndefinedVar());
+    EXPECT_EQ(var.type, c.type) << c.json;
+    EXPECT_EQ(var.type == PP_VARTYPE_INT32 ? var.value.as_int : var.value.as_double, c.value)
+        << c.json;
+  }
+  EXPECT_TRUE(std::signbit(browser_.vars().FromJson(-0.0)->value.as_double));
+  EXPECT_TRUE(std::isnan(browser_.vars().FromJson(std::nan(""))->value.as_double));
+}
+
+TEST_F(VarsTest, JsonOfAVarIsWhatAPageSees) {
+  const PP_Var dictionary = tables_.dictionary.Create();
+  const PP_Var array = tables_.array.Create();
+  const PP_Var text = Text("text \xe2\x82\xac");
+  const struct {
+    PP_Var value;
+    const char* json;  // null: left out
+  } kCases[] = {
+      {text, "\"text \xe2\x82\xac\""},
+      {BoolVar(false), "false"},
+      {IntVar(-5), "-5"},
+      {DoubleVar(2.0), "2"},
+      {DoubleVar(0.5), "0.5"},
+      {DoubleVar(1e300), "1e+300"},
+      {DoubleVar(std::nan("")), "null"},
+      {NullVar(), "null"},
+      {UndefinedVar(), nullptr},
+      {array, "[null]"},
+  };
+  tables_.array.Set(array, 0, UndefinedVar());
+  std::string expected;
+  for (std::size_t i = 0; i < std::size(kCases); ++i) {
+    const std::string name = "key" + std::to_string(i);
+    const PP_Var key = Text(name);
+    tables_.dictionary.Set(dictionary, key, kCases[i].value);
+    Release(key);
+    if (kCases[i].json != nullptr) {
+      expected += (expected.empty() ? "{\"" : ",\"") + name + "\":" + kCases[i].json;
+    }
+  }
+  EXPECT_EQ(browser_.vars().ToJson(dictionary).value_or(Json()).dump(), expected + "}");
+  for (const PP_Var& var : {dictionary, array, text}) {
+    Release(var);
+  }
+  EXPECT_EQ(browser_.LiveVars(), 0);
+}
+
+TEST_F(VarsTest, CopyIsIndependentAndTextNotUtf8BecomesNull) {
+  const PP_Var source =
+      *browser_.vars().FromJson({{"list", {1, "two"}}, {"bad", "\xff"}, {"\xff", "unnamable"}});
+  const PP_Var copy = *browser_.vars().DeepCopy(source);
+  const PP_Var key = Text("list");
+  const PP_Var list = tables_.dictionary.Get(source, key);
+  tables_.array.Set(list, 0, IntVar(9));
+  EXPECT_EQ(browser_.vars().ToJson(copy), Json::parse(R"({"list": [1, "two"], "bad": null})"));
+  EXPECT_EQ(browser_.vars().ToJson(source), Json::parse(R"({"list": [9, "two"], "bad": null})"));
+  for (const PP_Var& var : {source, copy, key, list}) {
+    Release(var);
+  }
+  EXPECT_EQ(browser_.LiveVars(), 0);
+}
+
+TEST_F(VarsTest, ManyThreadsShareVars) {
+  const PP_Var shared = tables_.dictionary.Create();
+  const PP_Var key = Text("key");
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < 2000; ++i) {
+        const PP_Var text = Text(std::to_string(t) + "/" + std::to_string(i));
+        tables_.dictionary.Set(shared, key, text);
+        Release(text);
+        const PP_Var read = tables_.dictionary.Get(shared, key);
+        EXPECT_THAT(TextOf(read), HasSubstr("/"));
+        Release(read);
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  Release(key);
+  Release(shared);
+  EXPECT_EQ(browser_.LiveVars(), 0);
+  EXPECT_THAT(browser_.Defects(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace lumivex::host
