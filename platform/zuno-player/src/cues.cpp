@@ -111,23 +111,16 @@ void AppendUtf8(unsigned long code, std::string* text) {
   if (code == 0 || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
     code = 0xFFFD;
   }
-  text->append(
-      bytes,
-      static_cast<std::size_t>(g_unichar_to_utf8(static_cast<gunichar>(code), bytes)));
+  text->append(bytes,
+               static_cast<std::size_t>(g_unichar_to_utf8(static_cast<gunichar>(code), bytes)));
 }
 
 // Resolves the character reference that begins at text[at] and answers where it ends; a '&' that
 // begins none stands for itself.
 std::size_t AppendReference(std::string_view text, std::size_t at, std::string* out) {
   static constexpr std::pair<std::string_view, std::string_view> kNamed[] = {
-      {"&amp;", "&"},
-      {"&lt;", "<"},
-      {"&gt;", ">"},
-      {"&quot;", "\""},
-      {"&apos;", "'"},
-      {"&nbsp;", "\u00a0"},
-      {"&lrm;", "\u200e"},
-      {"&rlm;", "\u200f"},
+      {"&amp;", "&"},  {"&lt;", "<"},        {"&gt;", ">"},       {"&quot;", "\""},
+      {"&apos;", "'"}, {"&nbsp;", "\u00a0"}, {"&lrm;", "\u200e"}, {"&rlm;", "\u200f"},
   };
   for (const auto& [name, value] : kNamed) {
     if (text.substr(at, name.size()) == name) {
@@ -229,9 +222,8 @@ std::optional<std::vector<Cue>> ParseCues(const std::string& file) {
   if (cues.empty() && !webvtt) {
     return std::nullopt;
   }
-  std::stable_sort(cues.begin(), cues.end(), [](const Cue& a, const Cue& b) {
-    return a.start_ms < b.start_ms;
-  });
+  std::stable_sort(cues.begin(), cues.end(),
+                   [](const Cue& a, const Cue& b) { return a.start_ms < b.start_ms; });
   return cues;
 }
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "handover.h"
 #include "hls_playlist.h"
 #include "source.h"
 
@@ -21,7 +22,8 @@ constexpr milliseconds kTextInterval(50);
 constexpr milliseconds kCueIntervalMin(5);
 constexpr milliseconds kCueIntervalMax(250);
 constexpr milliseconds kBusInterval(20);
-constexpr milliseconds kOpenLimit(10000);
+constexpr milliseconds kOpenNetworkLimit(10000);
+constexpr milliseconds kOpenFileLimit(5000);
 constexpr milliseconds kSeekLimit(5000);
 constexpr milliseconds kPauseLimit(1000);
 constexpr milliseconds kFetchLimit(5000);
@@ -48,7 +50,7 @@ std::optional<TrackKind> KindOf(int stream_type) {
   }
 }
 
-Message MessageOfError(const GError& error, bool network, bool from_source) {
+Message MessageOfError(const handover::Error& error, bool network, bool from_source) {
   // A source that cannot reach its server may say no more than that its stream has failed.
   if (network && from_source) {
     return kMessageNetworkError;
@@ -119,8 +121,8 @@ std::string LanguageInName(const std::string& name) {
     return "und";
   }
   const std::string code = name.substr(begin + 1, end - begin - 1);
-  const bool letters = std::all_of(
-      code.begin(), code.end(), [](char letter) { return g_ascii_islower(letter) != FALSE; });
+  const bool letters = std::all_of(code.begin(), code.end(),
+                                   [](char letter) { return g_ascii_islower(letter) != FALSE; });
   return letters && (code.size() == 2 || code.size() == 3) ? code : "und";
 }
 
@@ -215,14 +217,15 @@ bool Engine::OpenSource(Lock* lock, unsigned int offset_ms) {
     Fail(kMessageOtherError);
     return false;
   }
-  const bool accepted = pipeline_->Pause();
-  const bool opened =
-      WaitUntilSettled(lock, accepted ? Clock::duration(kOpenLimit) : Clock::duration::zero());
+  const bool network = pipeline_->IsNetwork();
+  const milliseconds limit = network ? kOpenNetworkLimit : kOpenFileLimit;
+  const bool opened = WaitUntilSettled(lock, pipeline_->Pause() ? limit : milliseconds::zero());
   if (pipeline_ == nullptr) {
     return false;  // an error was on the bus and has been reported
   }
   if (!opened) {
-    Fail(pipeline_->IsNetwork() ? kMessageNetworkError : kMessageOtherError);
+    // GStreamer now and then loses the error of a file that breaks off right after its header.
+    Fail(network ? kMessageNetworkError : kMessageFormatError);
     return false;
   }
   if (offset_ms > 0) {
@@ -317,7 +320,9 @@ bool Engine::Seek(int msec) {
     return false;
   }
   const std::optional<std::int64_t> duration = pipeline_->Duration();
-  return (!duration || msec <= *duration) && JumpTo(&lock, msec, speed_);
+  const bool reached = (!duration || msec <= *duration) && JumpTo(&lock, msec, speed_);
+  SendDueCues();
+  return reached;
 }
 
 bool Engine::JumpTo(Lock* lock, std::int64_t msec, float speed) {
@@ -495,8 +500,13 @@ void Engine::SetWindow(int window) {
 void Engine::SetPlace(const Rect& place) {
   const Lock lock(mutex_);
   place_ = place;
-  if (window_ != nullptr) {
-    window_->Place(place);
+  if (window_ == nullptr) {
+    return;
+  }
+  window_->Place(place);
+  // A picture that stands still is made again, for the new size.
+  if (!busy_ && (state_ == State::kReady || state_ == State::kPaused)) {
+    pipeline_->Seek(CurrentPosition(), speed_);
   }
 }
 
@@ -546,8 +556,7 @@ std::int64_t Engine::CurrentPosition() {
 void Engine::CloseMedium() {
   EndBuffering();
   // What the closed medium still had to say is of no use; errors and DRM data are.
-  events_.erase(std::remove_if(events_.begin(),
-                               events_.end(),
+  events_.erase(std::remove_if(events_.begin(), events_.end(),
                                [](const Event& event) {
                                  return event.kind == Event::kPosition ||
                                         event.id == kMessageTimedText ||
@@ -585,17 +594,11 @@ void Engine::DrainBus() {
 }
 
 void Engine::Handle(GstMessage* message) {
-  switch (GST_MESSAGE_TYPE(message)) {
-    case GST_MESSAGE_ERROR: {
-      GError* error = nullptr;
-      gst_message_parse_error(message, &error, nullptr);
-      const ErrorPtr owned(error);
-      const bool from_source = GST_MESSAGE_SRC(message) != nullptr &&
-                               GST_OBJECT_FLAG_IS_SET(GST_MESSAGE_SRC(message),
-                                                      GST_ELEMENT_FLAG_SOURCE);
-      Fail(MessageOfError(*error, pipeline_->IsNetwork(), from_source));
+  switch (handover::TypeOf(message)) {
+    case GST_MESSAGE_ERROR:
+      Fail(MessageOfError(handover::ErrorOf(message), pipeline_->IsNetwork(),
+                          handover::IsFromSource(message)));
       break;
-    }
     case GST_MESSAGE_EOS:
       HandleEndOfStream();
       break;
@@ -739,8 +742,7 @@ void Engine::Deliver(Lock* lock) {
   events_.pop_front();
   const auto message_callback = message_callback_;
   const auto position_callback = position_callback_;
-  void* const user_data =
-      event.kind == Event::kPosition ? position_user_data_ : message_user_data_;
+  void* const user_data = event.kind == Event::kPosition ? position_user_data_ : message_user_data_;
   callback_running_ = true;
   lock->unlock();
   if (event.kind == Event::kPosition) {
@@ -792,8 +794,7 @@ void Engine::Idle(Lock* lock) {
     gst_bus_get_pollfd(bus.get(), &bus_fd);
   }
   const std::optional<Clock::duration> wait = UntilNextTick();
-  const int timeout =
-      wait ? static_cast<int>(std::chrono::ceil<milliseconds>(*wait).count()) : -1;
+  const int timeout = wait ? static_cast<int>(std::chrono::ceil<milliseconds>(*wait).count()) : -1;
   lock->unlock();
   pollfd fds[] = {{wake_fd_, POLLIN, 0}, {bus_fd.fd, POLLIN, 0}};
   poll(fds, 2, timeout);

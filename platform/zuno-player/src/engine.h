@@ -31,6 +31,9 @@ namespace zuno {
 // anything answer false meanwhile. Waits are bounded. None of this code runs on GStreamer's own
 // threads.
 //
+// POSITION REPORTS come every 250 ms of real time while playing, whatever the speed; none while
+// paused, buffering, ended or stopped.
+//
 // STATES, and what the operations answer in them. "-" is false, without any effect.
 //
 //             InitPlayer Play       Pause   Resume   Seek      SetPlaySpeed  Stop     getters

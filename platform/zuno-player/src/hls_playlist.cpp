@@ -51,8 +51,8 @@ std::vector<unsigned int> VariantBitrates(const std::string& playlist) {
     }
     const auto value = Attribute(std::string_view(line).substr(kVariant.size()), "BANDWIDTH");
     unsigned int bitrate = 0;
-    if (value && std::from_chars(value->data(), value->data() + value->size(), bitrate).ec ==
-                     std::errc()) {
+    if (value &&
+        std::from_chars(value->data(), value->data() + value->size(), bitrate).ec == std::errc()) {
       bitrates.push_back(bitrate);
     }
   }

@@ -8,17 +8,19 @@
 //   id   sent when                                                        page sees
 //   131  a network stream's buffer fills or runs empty                    info 1, 2, 3
 //   132  a cue of timed or embedded text begins                           timed text
-//   181  a DRM challenge was requested                                    DRM info 0
+//   181  a DRM challenge was requested; a placeholder (see drm.h)         DRM info 0
 //   185  the picture's size became known or changed                       info 8
 //    97  playback reached the end of the medium, once each time           info 5
 //
-// One error ends a session: playback stops, and nothing but InitPlayer works afterwards. When
-// InitPlayer answers false because of the medium, it has sent exactly one of these as well.
+// An error ends playback, and nothing but InitPlayer works afterwards. When InitPlayer answers
+// false because of the medium, it has sent exactly one of these as well.
 //
 //   186  the file does not exist or cannot be read                        error 1
-//   134  the server cannot be reached, has no such file, or a buffering   error 2
-//        period makes no progress for 10 s
-//   182  the data is no medium that can be read, or is damaged            error 4
+//   134  the server cannot be reached or has no such file, nothing is     error 2
+//        ready 10 s after InitPlayer, or a buffering period makes no
+//        progress for 10 s
+//   182  the data is no medium that can be read, or is damaged; also      error 4
+//        when a local file is not ready 5 s after InitPlayer
 //   183  no decoder is installed for the medium                           error 5
 //   184  a decoder failed                                                 error 6
 //    68  the medium is encrypted                                          error 8

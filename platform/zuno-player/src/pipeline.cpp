@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "cues.h"
+#include "handover.h"
 #include "source.h"
 
 namespace zuno {
@@ -27,12 +28,12 @@ struct TrackNames {
 };
 
 const TrackNames& NamesOf(TrackKind kind) {
-  static constexpr TrackNames kAudio = {
-      "n-audio", "current-audio", "get-audio-tags", GST_TAG_AUDIO_CODEC};
-  static constexpr TrackNames kVideo = {
-      "n-video", "current-video", "get-video-tags", GST_TAG_VIDEO_CODEC};
-  static constexpr TrackNames kText = {
-      "n-text", "current-text", "get-text-tags", GST_TAG_SUBTITLE_CODEC};
+  static constexpr TrackNames kAudio = {"n-audio", "current-audio", "get-audio-tags",
+                                        GST_TAG_AUDIO_CODEC};
+  static constexpr TrackNames kVideo = {"n-video", "current-video", "get-video-tags",
+                                        GST_TAG_VIDEO_CODEC};
+  static constexpr TrackNames kText = {"n-text", "current-text", "get-text-tags",
+                                       GST_TAG_SUBTITLE_CODEC};
   switch (kind) {
     case TrackKind::kAudio:
       return kAudio;
@@ -73,8 +74,8 @@ GstElement* MakeSilentSink() {
 
 GstElement* ParseBin(const char* description) {
   GError* error = nullptr;
-  GstElement* bin = gst_parse_bin_from_description_full(
-      description, TRUE, nullptr, GST_PARSE_FLAG_FATAL_ERRORS, &error);
+  GstElement* bin = gst_parse_bin_from_description_full(description, TRUE, nullptr,
+                                                        GST_PARSE_FLAG_FATAL_ERRORS, &error);
   const ErrorPtr owned(error);
   if (error != nullptr) {
     g_printerr("zuno-player: \"%s\": %s\n", description, error->message);
@@ -124,19 +125,9 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   }
   // Texts nobody takes must not hold up the stream.
   g_object_set(text.get(), "sync", TRUE, "max-buffers", 16U, "drop", TRUE, nullptr);
-  g_object_set(playbin.get(),
-               "uri",
-               uri.c_str(),
-               "flags",
-               kPlayVideo | kPlayAudio | kPlayText | kPlayDeinterlace,
-               "video-sink",
-               video.get(),
-               "audio-sink",
-               audio.get(),
-               "audio-filter",
-               tempo.get(),
-               "text-sink",
-               text.get(),
+  g_object_set(playbin.get(), "uri", uri.c_str(), "flags",
+               kPlayVideo | kPlayAudio | kPlayText | kPlayDeinterlace, "video-sink", video.get(),
+               "audio-sink", audio.get(), "audio-filter", tempo.get(), "text-sink", text.get(),
                nullptr);
   g_signal_connect(playbin.get(), "source-setup", G_CALLBACK(OnSourceSetup), nullptr);
   g_signal_connect(playbin.get(), "deep-element-added", G_CALLBACK(OnElementAdded), nullptr);
@@ -170,8 +161,7 @@ bool Pipeline::Play() {
 }
 
 bool Pipeline::IsSettled() const {
-  const GstStateChangeReturn result =
-      gst_element_get_state(playbin_.get(), nullptr, nullptr, 0);
+  const GstStateChangeReturn result = gst_element_get_state(playbin_.get(), nullptr, nullptr, 0);
   return result == GST_STATE_CHANGE_SUCCESS || result == GST_STATE_CHANGE_NO_PREROLL;
 }
 
@@ -186,14 +176,9 @@ bool Pipeline::IsSeekable() const {
 }
 
 bool Pipeline::Seek(std::int64_t msec, double speed) {
-  return gst_element_seek(playbin_.get(),
-                          speed,
-                          GST_FORMAT_TIME,
+  return gst_element_seek(playbin_.get(), speed, GST_FORMAT_TIME,
                           static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE),
-                          GST_SEEK_TYPE_SET,
-                          msec * GST_MSECOND,
-                          GST_SEEK_TYPE_NONE,
-                          -1) != FALSE;
+                          GST_SEEK_TYPE_SET, msec * GST_MSECOND, GST_SEEK_TYPE_NONE, -1) != FALSE;
 }
 
 std::optional<std::int64_t> Pipeline::Position() const {
@@ -275,19 +260,15 @@ std::vector<std::string> Pipeline::TakeTexts() {
     if (sample == nullptr) {
       return texts;
     }
-    GstBuffer* buffer = gst_sample_get_buffer(sample.get());
-    GstCaps* caps = gst_sample_get_caps(sample.get());
-    GstMapInfo map;
+    const GstCaps* caps = gst_sample_get_caps(sample.get());
+    const GstStructure* structure = caps == nullptr ? nullptr : gst_caps_get_structure(caps, 0);
     // Subtitles that are pictures cannot be told as text.
-    if (buffer == nullptr || caps == nullptr ||
-        !gst_structure_has_name(gst_caps_get_structure(caps, 0), "text/x-raw") ||
-        gst_buffer_map(buffer, &map, GST_MAP_READ) == FALSE) {
+    if (structure == nullptr || gst_structure_has_name(structure, "text/x-raw") == FALSE) {
       continue;
     }
-    const char* format = gst_structure_get_string(gst_caps_get_structure(caps, 0), "format");
-    const std::string text(map.data, map.data + map.size);
+    const std::string text = handover::TextOf(gst_sample_get_buffer(sample.get()));
+    const char* format = gst_structure_get_string(structure, "format");
     texts.push_back(g_strcmp0(format, "pango-markup") == 0 ? StripMarkup(text) : text);
-    gst_buffer_unmap(buffer, &map);
   }
 }
 

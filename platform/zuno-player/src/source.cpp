@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "gst_ptr.h"
+#include "handover.h"
 
 namespace zuno {
 namespace {
@@ -19,8 +20,8 @@ bool HasScheme(const std::string& source, const char* scheme) {
 
 template <typename T>
 void SetIfKnown(GObject* object, const char* property, GType type, T value) {
-  GParamSpec* spec = g_object_class_find_property(G_OBJECT_GET_CLASS(object), property);
-  if (spec != nullptr && spec->value_type == type) {
+  GParamSpec* property_info = g_object_class_find_property(G_OBJECT_GET_CLASS(object), property);
+  if (property_info != nullptr && property_info->value_type == type) {
     g_object_set(object, property, value, nullptr);
   }
 }
@@ -101,12 +102,7 @@ std::optional<std::string> FetchText(const std::string& uri,
         }
         continue;
       }
-      GstBuffer* buffer = gst_sample_get_buffer(sample.get());
-      GstMapInfo map;
-      if (buffer != nullptr && gst_buffer_map(buffer, &map, GST_MAP_READ) != FALSE) {
-        text.append(map.data, map.data + map.size);
-        gst_buffer_unmap(buffer, &map);
-      }
+      text += handover::TextOf(gst_sample_get_buffer(sample.get()));
       const std::size_t seen = std::min(text.size(), start.size());
       if (text.size() > limit || text.compare(0, seen, start, 0, seen) != 0) {
         break;

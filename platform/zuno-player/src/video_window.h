@@ -26,9 +26,10 @@ class VideoWindow {
   static std::unique_ptr<VideoWindow> Create(int parent, const Rect& place);
   virtual ~VideoWindow() = default;
 
-  // A new sink that draws into this window, with a floating reference; null when there is none.
+  // Called once. A sink that draws into this window, with a floating reference; null when there is
+  // none.
   virtual GstElement* MakeSink() = 0;
-  // The picture fills the rectangle; an empty one hides it.
+  // The picture fills the rectangle, from the next picture on; an empty one hides it.
   virtual void Place(const Rect& place) = 0;
 };
 

@@ -93,11 +93,8 @@ class ZunoPlayer final : public IZunoPlayer {
     return filePath != nullptr && engine_->LoadCues(filePath);
   }
 
-  int SetDrmInfo(const char* name,
-                 int nameLength,
-                 const char* data,
-                 int dataLength,
-                 int /*mode*/) override {
+  int SetDrmInfo(
+      const char* name, int nameLength, const char* data, int dataLength, int /*mode*/) override {
     std::optional<std::string> challenge;
     const DrmResult result = CheckDrmProperty(name, nameLength, data, dataLength, &challenge);
     if (challenge) {

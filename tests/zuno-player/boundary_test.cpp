@@ -1,0 +1,122 @@
+// What callers may pass in: DRM properties, display attributes, null pointers.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "player_harness.h"
+
+namespace {
+
+constexpr const char* kNoName = nullptr;
+
+TEST(Boundary, DrmPropertiesAreAcceptedOrRefused) {
+  struct Row {
+    const char* what;
+    std::string name;
+    int name_length;  // -1: all of it
+    const char* data;
+    int data_length;
+    int result;
+  };
+  const char license[] = "\0\1\2";
+  const Row rows[] = {
+      {"license", "PROPERTY_SET_DRM_LICENSE", -1, license, 3, 0},
+      {"empty license", "PROPERTY_SET_DRM_LICENSE", -1, "", 0, 2},
+      {"server", "PROPERTY_LICENSE_SERVER", -1, "http://127.0.0.1/license", 24, 0},
+      {"server of another kind", "PROPERTY_LICENSE_SERVER", -1, "ftp://127.0.0.1/", 16, 2},
+      {"server with NUL", "PROPERTY_LICENSE_SERVER", -1, "http://a\0b", 10, 2},
+      {"cookie", "PROPERTY_WMDRM_COOKIE", -1, "a=b", 3, 0},
+      {"empty cookie", "PROPERTY_WMDRM_COOKIE", -1, nullptr, 0, 0},
+      {"cookie with NUL", "PROPERTY_WMDRM_COOKIE", -1, "a\0b", 3, 2},
+      {"name goes on behind its length", "PROPERTY_WMDRM_COOKIExyz", 21, "a", 1, 0},
+      {"name with its terminator", "PROPERTY_WMDRM_COOKIE", 22, "a", 1, 1},
+      {"shortened name", "PROPERTY_WMDRM_COOKIE", 20, "a", 1, 1},
+      {"unknown name", "PROPERTY_OTHER", -1, "a", 1, 1},
+      {"other case", "property_wmdrm_cookie", -1, "a", 1, 1},
+      {"no name", "", -1, "a", 1, 1},
+      {"negative name length", "PROPERTY_WMDRM_COOKIE", -2, "a", 1, 1},
+      {"negative data length", "PROPERTY_WMDRM_COOKIE", -1, "a", -1, 2},
+      {"null data with a length", "PROPERTY_WMDRM_COOKIE", -1, nullptr, 5, 2},
+      {"null data of a request with a length", "PROPERTY_REQUEST_CHALLENGE_DATA", -1, nullptr, 5,
+       2},
+  };
+  Rig rig;
+  for (const Row& row : rows) {
+    const int length = row.name_length == -1 ? static_cast<int>(row.name.size()) : row.name_length;
+    EXPECT_EQ(row.result,
+              rig.player->SetDrmInfo(row.name.c_str(), length, row.data, row.data_length, 0))
+        << row.what;
+  }
+  EXPECT_EQ(1, rig.player->SetDrmInfo(nullptr, 21, "a", 1, 0));
+  SleepFor(100);
+  EXPECT_TRUE(rig.recorder.Notes().empty());
+}
+
+TEST(Boundary, AChallengeIsAnsweredFromThePlayersThread) {
+  Rig rig;
+  std::thread::id answered_on;
+  rig.recorder.inside = [&](int) { answered_on = std::this_thread::get_id(); };
+  const std::string requests[] = {std::string("a\0b", 3), "", std::string(100000, 'x')};
+  for (const std::string& request : requests) {
+    rig.recorder.Clear();
+    EXPECT_EQ(0, rig.player->SetDrmInfo("PROPERTY_REQUEST_CHALLENGE_DATA", 31, request.data(),
+                                        static_cast<int>(request.size()), 0));
+    ASSERT_TRUE(rig.recorder.WaitFor(kDrmData, 1, Patience(1000)));
+    const std::string challenge = rig.recorder.Notes(kDrmData)[0].text;
+    ASSERT_GT(challenge.size(), request.size());
+    EXPECT_EQ(request, challenge.substr(challenge.size() - request.size()));
+    EXPECT_NE(std::this_thread::get_id(), answered_on);
+  }
+  rig.player.reset();
+}
+
+TEST(Boundary, AttributesAreWalkedToTheirEnd) {
+  Rig rig;
+  IZunoPlayer* player = rig.player.get();
+  const std::uint32_t rect[4] = {0, 0, 1920, 1080};
+  const std::int32_t window = 0;
+  EXPECT_TRUE(
+      player->SetAttribute(0, "wayland_rect", rect, 16, "display_handler", &window, 4, kNoName));
+  EXPECT_TRUE(player->SetAttribute(0, "display_area", rect, 16, kNoName));
+  EXPECT_TRUE(player->SetAttribute(0, kNoName));
+  // A refused triple is told wherever it stands among accepted ones.
+  EXPECT_FALSE(player->SetAttribute(0, "unknown", rect, 16, "display_area", rect, 16, kNoName));
+  EXPECT_FALSE(player->SetAttribute(0, "display_area", rect, 16, "unknown", rect, 16, kNoName));
+  const struct {
+    const char* name;
+    int size;
+  } wrong_sizes[] = {{"wayland_rect", 4},
+                     {"wayland_rect", -16},
+                     {"display_area", 0},
+                     {"display_area", 17},
+                     {"display_handler", 8},
+                     {"display_handler", 16},
+                     {"", 16},
+                     {"display_area ", 16}};
+  for (const auto& row : wrong_sizes) {
+    EXPECT_FALSE(player->SetAttribute(0, row.name, rect, row.size, kNoName))
+        << row.name << row.size;
+  }
+  const void* nothing = nullptr;
+  EXPECT_FALSE(player->SetAttribute(0, "display_area", nothing, 16, kNoName));
+}
+
+TEST(Boundary, NullPointersAreRefused) {
+  Rig rig;
+  ASSERT_TRUE(rig.PlayFile(Media("tracks.mkv")));
+  IZunoPlayer* player = rig.player.get();
+  int number = 0;
+  std::string language;
+  EXPECT_FALSE(player->GetCurrentPosition(nullptr));
+  EXPECT_FALSE(player->GetDuration(nullptr));
+  EXPECT_FALSE(player->GetResolution(nullptr, &number));
+  EXPECT_FALSE(player->GetResolution(&number, nullptr));
+  EXPECT_FALSE(player->GetTotalNumOfStreamID(1, nullptr));
+  EXPECT_FALSE(player->GetCurrentStreamID(1, nullptr));
+  EXPECT_FALSE(player->GetStreamLanguageCode(1, 0, nullptr, &language));
+  EXPECT_TRUE(player->GetStreamLanguageCode(1, 0, &language, nullptr));
+  EXPECT_FALSE(player->InitPlayer(nullptr, 0));
+  EXPECT_GE(rig.Position(), 0);  // and the medium plays on
+}
+
+}  // namespace

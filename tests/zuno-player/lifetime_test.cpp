@@ -1,0 +1,278 @@
+// Creating, ending and calling at any moment, from any thread.
+#include <dirent.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+
+#include "http_server.h"
+#include "player_harness.h"
+
+namespace {
+
+int EntriesOf(const char* folder) {
+  DIR* dir = opendir(folder);
+  int count = 0;
+  while (dir != nullptr && readdir(dir) != nullptr) {
+    ++count;
+  }
+  closedir(dir);
+  return count;
+}
+
+int Threads() {
+  return EntriesOf("/proc/self/task");
+}
+
+int Files() {
+  return EntriesOf("/proc/self/fd");
+}
+
+// Threads that have been told to end take a moment.
+bool Settles(int (*count)(), int expected) {
+  for (int waited = 0; count() > expected && waited < Patience(3000).count(); waited += 10) {
+    SleepFor(10);
+  }
+  return count() <= expected;
+}
+
+using Moment = std::function<void(Rig*)>;
+
+// Every moment at which a player may be deleted.
+std::vector<std::pair<const char*, Moment>> Moments(const HttpServer& slow,
+                                                    const HttpServer& fast) {
+  const std::string clip = Media("clip.webm");
+  return {
+      {"created", [](Rig*) {}},
+      {"opened", [clip](Rig* s) { s->player->InitPlayer(clip.c_str(), 0); }},
+      {"playing at once", [clip](Rig* s) { s->PlayFile(clip); }},
+      {"playing", [clip](Rig* s) { s->PlayFile(clip), SleepFor(300); }},
+      {"paused", [clip](Rig* s) { s->PlayFile(clip), s->player->Pause(); }},
+      {"after a seek", [clip](Rig* s) { s->PlayFile(clip), s->player->Seek(9000); }},
+      {"fast", [clip](Rig* s) { s->PlayFile(clip), s->player->SetPlaySpeed(4); }},
+      {"with cues",
+       [clip](Rig* s) {
+         s->player->StartSubtitle(Media("cues.srt").c_str(), 0);
+         s->PlayFile(clip, 900);
+       }},
+      {"at the end",
+       [clip](Rig* s) {
+         s->PlayFile(clip, 19900);
+         s->recorder.WaitFor(kEndOfStream, 1, Patience(2000));
+       }},
+      {"stopped", [clip](Rig* s) { s->PlayFile(clip), s->player->Stop(); }},
+      {"failed", [](Rig* s) { s->player->InitPlayer("/nonexistent", 0); }},
+      {"replaced", [clip](Rig* s) { s->PlayFile(clip), s->PlayFile(Media("tracks.mkv")); }},
+      {"buffering", [&slow](Rig* s) { s->PlayFile(slow.Url("clip.webm")); }},
+      {"adaptive", [&fast](Rig* s) { s->PlayFile(fast.Url("hls/master.m3u8")); }},
+      {"in a burst of messages",
+       [](Rig* s) {
+         for (int i = 0; i < 200; ++i) {
+           s->player->SetDrmInfo("PROPERTY_REQUEST_CHALLENGE_DATA", 31, "x", 1, 0);
+         }
+       }},
+  };
+}
+
+TEST(Lifetime, LeavesNoThreadAndNoFileBehind) {
+  HttpServer::Options options;
+  options.bytes_per_second = 40000;
+  int threads = 0;
+  int files = 0;
+  // The first rounds start what GStreamer and GLib keep for the whole process. The servers' own
+  // threads and connections come and go with each round.
+  for (int round = 0; round < 4; ++round) {
+    {
+      const HttpServer slow(ZUNO_TEST_MEDIA, options);
+      const HttpServer fast(ZUNO_TEST_MEDIA);
+      for (const auto& [name, reach] : Moments(slow, fast)) {
+        Rig rig;
+        reach(&rig);
+      }
+    }
+    if (round == 1) {
+      SleepFor(500);
+      threads = Threads();
+      files = Files();
+    }
+  }
+  EXPECT_TRUE(Settles(Threads, threads)) << Threads() << " threads, " << threads << " before";
+  EXPECT_TRUE(Settles(Files, files)) << Files() << " files, " << files << " before";
+}
+
+TEST(Lifetime, ThreadsOfALocalFileEndWithThePlayer) {
+  // GLib keeps the thread that starts its threads.
+  ASSERT_TRUE(Rig().PlayFile(Media("clip.webm")));
+  SleepFor(300);
+  const int before = Threads();
+  {
+    Rig rig;
+    ASSERT_TRUE(rig.PlayFile(Media("clip.webm")));
+    EXPECT_GT(Threads(), before);
+  }
+  EXPECT_TRUE(Settles(Threads, before)) << Threads() << " threads, " << before << " before";
+}
+
+TEST(Lifetime, NoCallbackComesAfterDeletionOrUnregistering) {
+  struct Row {
+    const char* what;
+    std::function<void(Rig*)> end;
+  };
+  const Row rows[] = {
+      {"deleted", [](Rig* s) { s->player.reset(); }},
+      {"unregistered", [](Rig* s) { s->player->SetMessageCallback(nullptr, nullptr); }},
+  };
+  for (const Row& row : rows) {
+    Rig rig;
+    std::atomic<bool> over{false};
+    std::atomic<int> late{0};
+    std::atomic<int> running{0};
+    rig.recorder.inside = [&](int) {
+      ++running;
+      SleepFor(20);
+      late += over ? 1 : 0;
+      --running;
+    };
+    for (int i = 0; i < 50; ++i) {
+      rig.player->SetDrmInfo("PROPERTY_REQUEST_CHALLENGE_DATA", 31, "x", 1, 0);
+    }
+    ASSERT_TRUE(rig.recorder.WaitFor(kDrmData, 2, Patience(2000)));
+    row.end(&rig);
+    EXPECT_EQ(0, running) << row.what;
+    over = true;
+    SleepFor(100);
+    EXPECT_EQ(0, late) << row.what;
+    rig.player.reset();
+  }
+}
+
+TEST(Lifetime, MayBeDeletedFromInsideItsCallback) {
+  for (const int id : {kDrmData, kEndOfStream, 186}) {
+    Rig rig;
+    IZunoPlayer* player = rig.player.release();
+    std::promise<void> deleted;
+    std::promise<void> returned;  // the last operation of this thread
+    rig.recorder.inside = [&](int got) {
+      if (got == id) {
+        returned.get_future().wait();
+        delete player;
+        deleted.set_value();
+      }
+    };
+    if (id == 186) {
+      EXPECT_FALSE(player->InitPlayer("/nonexistent", 0));
+    } else {
+      ASSERT_TRUE(player->InitPlayer(Media("clip.webm").c_str(), 19800));
+      ASSERT_TRUE(player->Play(0));
+    }
+    if (id == kDrmData) {
+      player->SetDrmInfo("PROPERTY_REQUEST_CHALLENGE_DATA", 31, "x", 1, 0);
+    }
+    returned.set_value();
+    ASSERT_EQ(std::future_status::ready, deleted.get_future().wait_for(Patience(3000)));
+    SleepFor(100);
+  }
+}
+
+TEST(Lifetime, OperationsWorkInsideCallbacks) {
+  Rig rig;
+  const std::string clip = Media("clip.webm");
+  IZunoPlayer* player = rig.player.get();
+  std::atomic<int> width{0};
+  std::promise<bool> restarted;
+  rig.recorder.inside = [&](int id) {
+    int height = 0;
+    int got = 0;
+    if (id == kResolution && player->GetResolution(&got, &height)) {
+      width = got;
+    }
+    if (id == kEndOfStream) {
+      restarted.set_value(player->InitPlayer(clip.c_str(), 1000) && player->Play(0) &&
+                          player->Seek(3000) && player->Pause() && player->Resume());
+    }
+  };
+  ASSERT_TRUE(rig.PlayFile(clip, 19700));
+  auto future = restarted.get_future();
+  ASSERT_EQ(std::future_status::ready, future.wait_for(Patience(5000)));
+  EXPECT_TRUE(future.get());
+  EXPECT_EQ(640, width);
+  SleepFor(500);
+  EXPECT_GT(rig.Position(), 3100);
+  rig.player.reset();
+}
+
+TEST(Lifetime, OperationsGoOnWhileACallbackIsHeldUp) {
+  Rig rig;
+  std::promise<void> release;
+  const std::shared_future<void> released = release.get_future().share();
+  rig.recorder.inside = [released](int) { released.wait(); };
+  rig.player->SetDrmInfo("PROPERTY_REQUEST_CHALLENGE_DATA", 31, "x", 1, 0);
+  const auto begin = TestClock::now();
+  EXPECT_TRUE(rig.PlayFile(Media("clip.webm")));
+  EXPECT_TRUE(rig.player->Seek(5000));
+  EXPECT_TRUE(rig.player->SetPlaySpeed(2));
+  EXPECT_TRUE(rig.player->Pause());
+  EXPECT_TRUE(rig.player->Stop());
+  EXPECT_FALSE(rig.player->InitPlayer("/nonexistent", 0));
+  EXPECT_LT(TestClock::now() - begin, Patience(3000));
+  release.set_value();
+  rig.player.reset();
+}
+
+TEST(Lifetime, ManyThreadsMayCallAtOnce) {
+  Rig rig;
+  const std::string clip = Media("clip.webm");
+  IZunoPlayer* player = rig.player.get();
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < 3; ++thread) {
+    threads.emplace_back([&, thread] {
+      for (int i = 0; i < 15; ++i) {
+        int width = 0;
+        int height = 0;
+        std::string language;
+        player->GetResolution(&width, &height);
+        player->GetStreamLanguageCode(1, 0, &language, nullptr);
+        switch ((i + thread * 5) % 7) {
+          case 0:
+            player->InitPlayer(clip.c_str(), 0);
+            break;
+          case 2:
+            player->Seek(i * 1000);
+            break;
+          case 4:
+            player->Pause();
+            break;
+          case 5:
+            player->StartSubtitle(Media("cues.srt").c_str(), 0);
+            break;
+          case 6:
+            i > 10 ? player->Stop() : player->SetPlaySpeed(2);
+            break;
+          default:
+            player->Play(0);
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_TRUE(rig.PlayFile(clip));
+}
+
+TEST(Lifetime, PlayersDoNotDisturbEachOther) {
+  Rig first;
+  Rig second;
+  ASSERT_TRUE(first.PlayFile(Media("clip.webm"), 5000));
+  const auto begin = TestClock::now();
+  ASSERT_TRUE(second.PlayFile(Media("tracks.mkv")));
+  SleepFor(700);
+  ASSERT_TRUE(second.player->Stop());
+  SleepFor(500);
+  const std::chrono::duration<double, std::milli> played = TestClock::now() - begin;
+  EXPECT_NEAR(5000 + played.count(), first.Position(), 400);
+  EXPECT_FALSE(second.player->InitPlayer("/nonexistent", 0));
+  EXPECT_TRUE(first.recorder.Errors().empty());
+}
+
+}  // namespace

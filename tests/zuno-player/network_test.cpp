@@ -1,0 +1,196 @@
+// Sources on a server, adaptive media, and everything that goes wrong with a source.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "http_server.h"
+#include "player_harness.h"
+
+namespace {
+
+std::string ReadAll(const std::string& path) {
+  std::ostringstream contents;
+  contents << std::ifstream(path, std::ios::binary).rdbuf();
+  return contents.str();
+}
+
+// Every run of percentages begins below 100, ends with its only 100, and repeats none in a row.
+void ExpectWholePeriods(const Recorder& recorder) {
+  unsigned int previous = 100;
+  for (const auto& note : recorder.Notes(kBuffering)) {
+    EXPECT_TRUE(note.has_record);
+    EXPECT_LE(note.percent, 100U);
+    EXPECT_NE(previous, note.percent);
+    previous = note.percent;
+  }
+  EXPECT_EQ(100U, previous);
+}
+
+TEST(Network, BuffersASlowStream) {
+  HttpServer::Options slow;
+  slow.bytes_per_second = 100000;  // about four times what the clip needs
+  const HttpServer server(ZUNO_TEST_MEDIA, slow);
+  Rig rig;
+  ASSERT_TRUE(rig.PlayFile(server.Url("clip.webm")));
+  ASSERT_TRUE(rig.recorder.WaitFor(kBuffering, 2, Patience(4000)));
+  for (int waited = 0; rig.Position() < 1000 && waited < Patience(6000).count(); waited += 50) {
+    SleepFor(50);
+  }
+  EXPECT_GE(rig.Position(), 1000);
+  ExpectWholePeriods(rig.recorder);
+  EXPECT_TRUE(rig.recorder.Errors().empty());
+}
+
+TEST(Network, PauseDuringBufferingHolds) {
+  HttpServer::Options slow;
+  slow.bytes_per_second = 60000;
+  const HttpServer server(ZUNO_TEST_MEDIA, slow);
+  Rig rig;
+  ASSERT_TRUE(rig.PlayFile(server.Url("clip.webm")));
+  ASSERT_TRUE(rig.player->Pause());
+  const int position = rig.Position();
+  SleepFor(4000);
+  EXPECT_NEAR(position, rig.Position(), 50);
+  ASSERT_TRUE(rig.player->Resume());
+}
+
+TEST(Network, StopDuringBufferingEndsThePeriod) {
+  HttpServer::Options slow;
+  slow.bytes_per_second = 40000;
+  const HttpServer server(ZUNO_TEST_MEDIA, slow);
+  Rig rig;
+  ASSERT_TRUE(rig.PlayFile(server.Url("clip.webm")));
+  ASSERT_TRUE(rig.recorder.WaitFor(kBuffering, 1, Patience(2000)));
+  ASSERT_TRUE(rig.player->Stop());
+  SleepFor(200);
+  ExpectWholePeriods(rig.recorder);
+}
+
+TEST(Network, PlaysAnAdaptiveMedium) {
+  const HttpServer server(ZUNO_TEST_MEDIA);
+  Rig rig;
+  ASSERT_TRUE(rig.PlayFile(server.Url("hls/master.m3u8")));
+  EXPECT_NEAR(12000, rig.Duration(), 200);
+  SleepFor(1000);
+  ASSERT_TRUE(rig.player->Seek(8000));
+  SleepFor(1000);
+  EXPECT_NEAR(9000, rig.Position(), 400);
+  ASSERT_TRUE(rig.recorder.WaitFor(kEndOfStream, 1, Patience(6000)));
+  ExpectWholePeriods(rig.recorder);
+  EXPECT_FALSE(rig.recorder.Notes(kBuffering).empty());
+  // The sizes told are those of variants, each told once it applies.
+  EXPECT_FALSE(rig.recorder.Notes(kResolution).empty());
+  EXPECT_TRUE(rig.recorder.Errors().empty());
+}
+
+TEST(Network, BitratesComeInThePlaylistsOrder) {
+  const HttpServer server(ZUNO_TEST_MEDIA);
+  const std::vector<unsigned int> ladder = {450000, 250000, 850000};
+  Rig rig;
+  std::vector<unsigned int> bitrates;
+  EXPECT_FALSE(rig.player->GetAvailableBitrates(&bitrates));  // nothing is open
+  for (const std::string& source : {server.Url("hls/master.m3u8"), Media("hls/master.m3u8")}) {
+    SCOPED_TRACE(source);
+    ASSERT_TRUE(rig.player->InitPlayer(source.c_str(), 0));
+    bitrates = {1, 2, 3, 4};
+    EXPECT_TRUE(rig.player->GetAvailableBitrates(&bitrates));
+    EXPECT_EQ(ladder, bitrates);
+  }
+  // Names inside other names and inside quotes count as little as audio and trick-play lists do.
+  const std::string tricky = WriteFile(
+      "tricky.m3u8",
+      "#EXTM3U\n"
+      "#EXT-X-I-FRAME-STREAM-INF:BANDWIDTH=99,URI=\"x.m3u8\"\n"
+      "#EXT-X-STREAM-INF:AVERAGE-BANDWIDTH=1,CODECS=\"a,BANDWIDTH=2\", BANDWIDTH=700000\n" +
+          Media("hls/high/index.m3u8") + "\n#EXT-X-STREAM-INF:CODECS=\"avc1\"\n" +
+          Media("hls/high/index.m3u8") + "\n");
+  ASSERT_TRUE(rig.player->InitPlayer(tricky.c_str(), 0));
+  EXPECT_TRUE(rig.player->GetAvailableBitrates(&bitrates));
+  EXPECT_EQ(std::vector<unsigned int>{700000}, bitrates);
+
+  for (const std::string& source :
+       {Media("clip.webm"), server.Url("clip.webm"), Media("hls/low/index.m3u8")}) {
+    SCOPED_TRACE(source);
+    ASSERT_TRUE(rig.player->InitPlayer(source.c_str(), 0));
+    EXPECT_FALSE(rig.player->GetAvailableBitrates(&bitrates));
+    EXPECT_TRUE(bitrates.empty());
+  }
+  EXPECT_FALSE(rig.player->GetAvailableBitrates(nullptr));
+}
+
+TEST(Errors, EachBadSourceGivesOneMessageAndAGoodOnePlaysAfterwards) {
+  HttpServer::Options mute;
+  mute.answer = false;
+  const HttpServer server(ZUNO_TEST_MEDIA);
+  const HttpServer mute_server(ZUNO_TEST_MEDIA, mute);
+  const std::string clip = ReadAll(Media("clip.webm"));
+  std::string noise(200000, '\0');
+  unsigned int state = 1;
+  for (char& byte : noise) {
+    state = state * 1664525U + 1013904223U;
+    byte = static_cast<char>(state >> 24U);
+  }
+  struct Row {
+    const char* what;
+    std::string source;
+    int error;  // -1: refused without one
+  };
+  const Row rows[] = {
+      {"no text", "", -1},
+      {"another host's file", "file://elsewhere/clip.webm", -1},
+      {"missing file", ScratchFolder() + "/missing.webm", 186},
+      {"folder", ScratchFolder(), 186},
+      {"unknown scheme", "nonsense://clip", 186},
+      {"refused connection", "http://127.0.0.1:" + std::to_string(UnusedPort()) + "/clip.webm",
+       134},
+      {"unknown host", "http://host.invalid/clip.webm", 134},
+      {"missing on the server", server.Url("missing.webm"), 134},
+      {"silent server", mute_server.Url("clip.webm"), 134},
+      {"empty file", WriteFile("empty.webm", ""), 182},
+      {"plain text", WriteFile("text.webm", std::string(2000, 'x')), 182},
+      {"noise", WriteFile("noise.webm", noise), 182},
+      {"noise after a good beginning", WriteFile("broken.webm", clip.substr(0, 300) + noise), 182},
+      {"playlist of missing segments",
+       WriteFile("gone.m3u8",
+                 "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\nno.ts\n#EXT-X-ENDLIST\n"),
+       186},
+  };
+  Rig rig;
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    rig.recorder.Clear();
+    const auto begin = TestClock::now();
+    EXPECT_FALSE(rig.player->InitPlayer(row.source.c_str(), 0));
+    EXPECT_LT(TestClock::now() - begin, Patience(12000));
+    EXPECT_FALSE(rig.player->Play(0));
+    SleepFor(100);
+    const auto errors = rig.recorder.Errors();
+    ASSERT_EQ(row.error < 0 ? 0U : 1U, errors.size());
+    if (row.error >= 0) {
+      EXPECT_EQ(row.error, errors[0].id);
+      EXPECT_FALSE(errors[0].has_record);
+    }
+    rig.recorder.Clear();
+    EXPECT_TRUE(rig.PlayFile(Media("clip.webm")));
+    EXPECT_TRUE(rig.recorder.Errors().empty());
+  }
+  EXPECT_FALSE(rig.player->InitPlayer(nullptr, 0));
+}
+
+TEST(Errors, AServerThatStopsInTheMiddleIsReportedOnce) {
+  HttpServer::Options options;
+  options.stall_after = 150000;
+  const HttpServer server(ZUNO_TEST_MEDIA, options);
+  Rig rig;
+  ASSERT_TRUE(rig.PlayFile(server.Url("clip.webm")));
+  ASSERT_TRUE(rig.recorder.WaitFor(134, 1, Patience(20000)));
+  SleepFor(300);
+  EXPECT_EQ(1U, rig.recorder.Errors().size());
+  EXPECT_EQ(-1, rig.Position());
+  EXPECT_FALSE(rig.player->Resume());
+  EXPECT_TRUE(rig.recorder.Notes(kEndOfStream).empty());
+  EXPECT_TRUE(rig.PlayFile(Media("clip.webm")));
+}
+
+}  // namespace

@@ -1,0 +1,197 @@
+#include "player_harness.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+template <typename Container, typename Predicate>
+Container Filter(const Container& all, Predicate keep) {
+  Container kept;
+  std::copy_if(all.begin(), all.end(), std::back_inserter(kept), keep);
+  return kept;
+}
+
+}  // namespace
+
+bool IsError(int id) {
+  static const std::set<int> kErrors = {186, 134, 182, 183, 184, 187, 68,
+                                        37,  0,   64,  65,  66,  67,  98};
+  return kErrors.count(id) != 0;
+}
+
+milliseconds Patience(int msec) {
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+  return milliseconds(msec * 3);
+#else
+  return milliseconds(msec);
+#endif
+}
+
+std::string Media(const std::string& name) {
+  return std::string(ZUNO_TEST_MEDIA) + "/" + name;
+}
+
+std::string ScratchFolder() {
+  static const std::string folder = [] {
+    const std::string path = ::testing::TempDir() + "zuno-player." + std::to_string(getpid());
+    std::filesystem::create_directories(path);
+    static const struct Remover {
+      std::string path;
+      ~Remover() { std::filesystem::remove_all(path); }
+    } remover{path};
+    return path;
+  }();
+  return folder;
+}
+
+std::string WriteFile(const std::string& name, const std::string& contents) {
+  std::string path = ScratchFolder() + "/" + name;
+  std::ofstream(path, std::ios::binary) << contents;
+  return path;
+}
+
+void SleepFor(int msec) {
+  std::this_thread::sleep_for(milliseconds(msec));
+}
+
+int Recorder::OnMessage(int id, void* param, void* user_data) {
+  auto* self = static_cast<Recorder*>(user_data);
+  const auto* record = static_cast<const ZunoMessageParam*>(param);
+  self->Enter();
+  Note note = {TestClock::now(), id, {}, 0, record != nullptr};
+  if (record != nullptr && id == kTimedText) {
+    note.text = record->data;
+  } else if (record != nullptr && id == kDrmData) {
+    note.text.assign(record->data, static_cast<std::size_t>(record->value));
+  } else if (record != nullptr) {
+    note.percent = record->percent;
+  }
+  if (self->inside) {
+    self->inside(id);
+  }
+  {
+    const std::lock_guard<std::mutex> lock(self->mutex_);
+    self->notes_.push_back(note);
+  }
+  self->Leave();
+  return 1;
+}
+
+void Recorder::OnPosition(unsigned long position, void* user_data) {
+  auto* self = static_cast<Recorder*>(user_data);
+  self->Enter();
+  {
+    const std::lock_guard<std::mutex> lock(self->mutex_);
+    self->reports_.push_back({TestClock::now(), position});
+  }
+  self->Leave();
+}
+
+void Recorder::Enter() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  overlapped_ = overlapped_ || depth_ > 0;
+  ++depth_;
+  threads_.insert(std::this_thread::get_id());
+}
+
+void Recorder::Leave() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  --depth_;
+  changed_.notify_all();
+}
+
+std::vector<Recorder::Note> Recorder::Notes() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return notes_;
+}
+
+std::vector<Recorder::Note> Recorder::Notes(int id) const {
+  return Filter(Notes(), [id](const Note& note) { return note.id == id; });
+}
+
+std::vector<Recorder::Note> Recorder::Errors() const {
+  return Filter(Notes(), [](const Note& note) { return IsError(note.id); });
+}
+
+std::vector<Recorder::Report> Recorder::Reports() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return reports_;
+}
+
+std::vector<std::string> Recorder::Texts() const {
+  std::vector<std::string> texts;
+  for (const Note& note : Notes(kTimedText)) {
+    texts.push_back(note.text);
+  }
+  return texts;
+}
+
+bool Recorder::WaitFor(int id, std::size_t count, milliseconds limit) const {
+  std::unique_lock<std::mutex> lock(mutex_);
+  return changed_.wait_for(lock, limit, [&] {
+    const auto of_id = [id](const Note& note) { return note.id == id; };
+    return static_cast<std::size_t>(std::count_if(notes_.begin(), notes_.end(), of_id)) >= count;
+  });
+}
+
+void Recorder::Clear() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  notes_.clear();
+  reports_.clear();
+}
+
+bool Recorder::overlapped() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return overlapped_;
+}
+
+std::size_t Recorder::thread_count() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return threads_.size();
+}
+
+Library::Library() : handle_(dlopen(ZUNO_TEST_LIBRARY, RTLD_LAZY)) {
+  if (handle_ == nullptr) {
+    ADD_FAILURE() << dlerror();
+  }
+}
+
+Library::~Library() {
+  EXPECT_EQ(0, dlclose(handle_));
+}
+
+std::unique_ptr<IZunoPlayer> Library::Create() const {
+  const auto create = reinterpret_cast<ZunoPlayerCreate>(dlsym(handle_, "Create"));
+  return std::unique_ptr<IZunoPlayer>(create());
+}
+
+Rig::Rig() : player(library.Create()) {
+  EXPECT_TRUE(player->SetMessageCallback(Recorder::OnMessage, &recorder));
+  EXPECT_TRUE(player->SetCurrentPositionCallback(Recorder::OnPosition, &recorder));
+}
+
+Rig::~Rig() {
+  player.reset();
+  EXPECT_FALSE(recorder.overlapped());
+  EXPECT_LE(recorder.thread_count(), 1U);
+}
+
+int Rig::Position() const {
+  int msec = -1;
+  return player->GetCurrentPosition(&msec) ? msec : -1;
+}
+
+int Rig::Duration() const {
+  int msec = -1;
+  return player->GetDuration(&msec) ? msec : -1;
+}
+
+bool Rig::PlayFile(const std::string& url, unsigned int offset) const {
+  return player->InitPlayer(url.c_str(), offset) && player->Play(0);
+}

@@ -1,0 +1,116 @@
+#ifndef TESTS_ZUNO_PLAYER_PLAYER_HARNESS_H_
+#define TESTS_ZUNO_PLAYER_PLAYER_HARNESS_H_
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "IZunoPlayer.h"
+
+// The messages by number, as a caller of the library knows them.
+constexpr int kEndOfStream = 97;
+constexpr int kBuffering = 131;
+constexpr int kTimedText = 132;
+constexpr int kDrmData = 181;
+constexpr int kResolution = 185;
+// Every message that the plug-in takes for an error.
+bool IsError(int id);
+
+using TestClock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+// Waits are longer when a sanitizer slows everything down.
+milliseconds Patience(int msec);
+
+// A file that make-media.sh made.
+std::string Media(const std::string& name);
+// An empty folder of this process's own, for files that a test writes.
+std::string ScratchFolder();
+std::string WriteFile(const std::string& name, const std::string& contents);
+
+// Keeps what the two callbacks deliver. Any thread.
+class Recorder {
+ public:
+  struct Note {
+    TestClock::time_point time;
+    int id;
+    std::string text;  // of a cue, or DRM data
+    unsigned int percent;
+    bool has_record;
+  };
+  struct Report {
+    TestClock::time_point time;
+    unsigned long position;
+  };
+
+  static int OnMessage(int id, void* param, void* user_data);
+  static void OnPosition(unsigned long position, void* user_data);
+
+  std::vector<Note> Notes() const;
+  std::vector<Note> Notes(int id) const;
+  std::vector<Note> Errors() const;
+  std::vector<Report> Reports() const;
+  std::vector<std::string> Texts() const;
+  // False when so many messages of the id have not come in time.
+  bool WaitFor(int id, std::size_t count, milliseconds limit) const;
+  void Clear();
+
+  // What every test may ask at its end: the callbacks came from one thread, never two at once.
+  bool overlapped() const;
+  std::size_t thread_count() const;
+
+  // Called from inside the message callback, on the player's thread. Set before the player runs.
+  std::function<void(int id)> inside;
+
+ private:
+  void Enter();
+  void Leave();
+
+  mutable std::mutex mutex_;
+  mutable std::condition_variable changed_;
+  std::vector<Note> notes_;
+  std::vector<Report> reports_;
+  std::set<std::thread::id> threads_;
+  int depth_ = 0;
+  bool overlapped_ = false;
+};
+
+// The library opened as the plug-in opens it.
+class Library {
+ public:
+  Library();
+  ~Library();
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+  std::unique_ptr<IZunoPlayer> Create() const;
+
+ private:
+  void* handle_;
+};
+
+// A player with its callbacks recorded.
+struct Rig {
+  Rig();
+  ~Rig();
+  Rig(const Rig&) = delete;
+  Rig& operator=(const Rig&) = delete;
+
+  int Position() const;  // -1 when refused
+  int Duration() const;  // -1 when refused
+  // Opens and plays; false as soon as one of the two is refused.
+  bool PlayFile(const std::string& url, unsigned int offset = 0) const;
+
+  Recorder recorder;
+  Library library;
+  std::unique_ptr<IZunoPlayer> player;
+};
+
+void SleepFor(int msec);
+
+#endif  // TESTS_ZUNO_PLAYER_PLAYER_HARNESS_H_

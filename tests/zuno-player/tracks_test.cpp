@@ -1,0 +1,180 @@
+// Tracks, languages and the sound that leaves the player.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "player_harness.h"
+
+namespace {
+
+constexpr int kRate = 48000;
+constexpr int kAudio = 1;
+constexpr int kVideo = 3;
+constexpr int kText = 4;
+constexpr int kTimedTextFile = 5;
+
+// Sends the sound of the players made meanwhile to a file.
+class Capture {
+ public:
+  explicit Capture(const std::string& name) : path_(ScratchFolder() + "/" + name) {
+    const std::string sink =
+        "audioconvert ! audioresample ! audio/x-raw,format=S16LE,channels=1,rate=" +
+        std::to_string(kRate) + " ! filesink sync=true buffer-mode=unbuffered location=" + path_;
+    setenv("LUMIVEX_AUDIO_SINK", sink.c_str(), 1);
+  }
+  ~Capture() { unsetenv("LUMIVEX_AUDIO_SINK"); }
+
+  // The frequency of each full tenth of a second so far, by counting the tone's zero crossings;
+  // 0 for silence.
+  std::vector<double> Frequencies() const {
+    std::ostringstream bytes;
+    bytes << std::ifstream(path_, std::ios::binary).rdbuf();
+    const std::string data = bytes.str();
+    std::vector<double> frequencies;
+    const std::size_t window = kRate / 10;
+    for (std::size_t begin = 0; (begin + window) * 2 <= data.size(); begin += window) {
+      int crossings = 0;
+      int peak = 0;
+      int previous = 0;
+      for (std::size_t i = begin; i < begin + window; ++i) {
+        const int low = static_cast<unsigned char>(data[i * 2]);
+        const int sample = static_cast<std::int16_t>(low + data[i * 2 + 1] * 256);
+        crossings += (sample >= 0) != (previous >= 0) ? 1 : 0;
+        peak = std::max(peak, std::abs(sample));
+        previous = sample;
+      }
+      frequencies.push_back(peak < 300 ? 0.0 : crossings * 5.0);
+    }
+    return frequencies;
+  }
+
+ private:
+  const std::string path_;
+};
+
+int Count(const Rig& rig, int type) {
+  int count = -1;
+  return rig.player->GetTotalNumOfStreamID(type, &count) ? count : -1;
+}
+
+int Current(const Rig& rig, int type) {
+  int index = -1;
+  return rig.player->GetCurrentStreamID(type, &index) ? index : -1;
+}
+
+std::string Language(const Rig& rig, int type, int index) {
+  std::string language;
+  std::string description;
+  return rig.player->GetStreamLanguageCode(type, index, &language, &description)
+             ? language + "|" + description
+             : "refused";
+}
+
+TEST(Tracks, AreCountedAndDescribedByType) {
+  Rig rig;
+  ASSERT_TRUE(rig.player->InitPlayer(Media("tracks.mkv").c_str(), 0));
+  struct Row {
+    int type, count, current;
+    std::vector<std::string> described;
+  };
+  const Row rows[] = {
+      {kAudio, 2, 0, {"eng|Vorbis, English", "deu|Vorbis, Deutsch"}},
+      {kVideo, 1, 0, {"und|"}},
+      {kText, 1, -1, {"eng|"}},
+      {kTimedTextFile, 0, -1, {}},
+      {9, -1, -1, {}},
+      {0, -1, -1, {}},
+      {2, -1, -1, {}},
+      {-1, -1, -1, {}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.type);
+    EXPECT_EQ(row.count, Count(rig, row.type));
+    EXPECT_EQ(row.current, Current(rig, row.type));
+    const int size = static_cast<int>(row.described.size());
+    for (int index = 0; index < size; ++index) {
+      const std::string& expected = row.described[static_cast<std::size_t>(index)];
+      EXPECT_EQ(expected, Language(rig, row.type, index).substr(0, expected.size()));
+    }
+    for (const int index : {-1, size, 1000}) {
+      EXPECT_EQ("refused", Language(rig, row.type, index));
+      EXPECT_FALSE(rig.player->SetStreamID(row.type, index));
+    }
+  }
+  ASSERT_TRUE(rig.player->StartSubtitle(
+      WriteFile("film.fra.srt", "1\n00:00:01,000 --> 00:00:02,000\nBonjour\n").c_str(), 0));
+  EXPECT_EQ(1, Count(rig, kTimedTextFile));
+  EXPECT_EQ(0, Current(rig, kTimedTextFile));
+  EXPECT_TRUE(rig.player->SetStreamID(kTimedTextFile, 0));
+  EXPECT_EQ("fra|film.fra.srt", Language(rig, kTimedTextFile, 0));
+}
+
+TEST(Tracks, SwitchingIsHeardWhilePlaying) {
+  const Capture capture("switch.raw");
+  Rig rig;
+  ASSERT_TRUE(rig.PlayFile(Media("tracks.mkv")));
+  SleepFor(1500);
+  ASSERT_TRUE(rig.player->SetStreamID(kAudio, 1));
+  EXPECT_EQ(1, Current(rig, kAudio));
+  const std::size_t switched_at = capture.Frequencies().size();
+  SleepFor(2000);
+  ASSERT_TRUE(rig.player->SetStreamID(kAudio, 0));
+  const std::size_t back_at = capture.Frequencies().size();
+  SleepFor(2000);
+  ASSERT_TRUE(rig.player->Stop());
+
+  const std::vector<double> heard = capture.Frequencies();
+  ASSERT_GT(heard.size(), back_at + 10);
+  ASSERT_GT(back_at, switched_at + 10);
+  const auto expect_tone = [&](std::size_t begin, std::size_t end, double frequency) {
+    for (std::size_t i = begin; i < end; ++i) {
+      EXPECT_NEAR(frequency, heard[i], 25)
+          << "at " << i << "00 ms, switched at " << switched_at << " and " << back_at;
+    }
+  };
+  // The sound changes within half a second, and nothing else is heard.
+  expect_tone(1, switched_at - 2, 440);
+  expect_tone(switched_at + 5, back_at - 2, 1000);
+  expect_tone(back_at + 5, heard.size() - 1, 440);
+}
+
+TEST(Tracks, SoundKeepsItsPitchAtOtherSpeeds) {
+  const Capture capture("speed.raw");
+  Rig rig;
+  ASSERT_TRUE(rig.PlayFile(Media("clip.webm")));
+  ASSERT_TRUE(rig.player->SetPlaySpeed(2.0F));
+  SleepFor(2000);
+  ASSERT_TRUE(rig.player->Stop());
+  const std::vector<double> heard = capture.Frequencies();
+  ASSERT_GT(heard.size(), 10U);
+  for (std::size_t i = 5; i + 2 < heard.size(); ++i) {
+    EXPECT_NEAR(440, heard[i], 45);
+  }
+}
+
+TEST(Tracks, UnusableAudioOutputIsAnError) {
+  setenv("LUMIVEX_AUDIO_SINK", "nosuchelement ! fakesink", 1);
+  Rig rig;
+  EXPECT_FALSE(rig.player->InitPlayer(Media("clip.webm").c_str(), 0));
+  unsetenv("LUMIVEX_AUDIO_SINK");
+  EXPECT_TRUE(rig.recorder.WaitFor(37, 1, Patience(1000)));
+  EXPECT_TRUE(rig.PlayFile(Media("clip.webm")));
+}
+
+TEST(Tracks, TextOfTheMediumIsSentOnceChosen) {
+  Rig rig;
+  ASSERT_TRUE(rig.PlayFile(Media("tracks.mkv")));
+  SleepFor(2000);
+  EXPECT_TRUE(rig.recorder.Texts().empty());  // passed without being chosen
+  ASSERT_TRUE(rig.player->SetStreamID(kText, 0));
+  EXPECT_EQ(0, Current(rig, kText));
+  ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 1, Patience(2500)));
+  EXPECT_NEAR(3000, rig.Position(), 300);
+  EXPECT_EQ(std::vector<std::string>{"Second cue,\non two lines"}, rig.recorder.Texts());
+}
+
+}  // namespace

@@ -1,0 +1,232 @@
+// The picture in a window, on a virtual screen of the test's own.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <xcb/xcb.h>
+
+#include <csignal>
+#include <cstdlib>
+
+#include "player_harness.h"
+
+namespace {
+
+constexpr std::uint32_t kPageColor = 0x305070;
+constexpr const char* kNoName = nullptr;
+
+struct Rect {
+  std::uint32_t x, y, width, height;
+};
+
+// An X server for the length of the test program, named in DISPLAY.
+class Screen {
+ public:
+  Screen() {
+    int pipe_fds[2];
+    if (pipe(pipe_fds) != 0) {
+      std::abort();
+    }
+    pid_ = fork();
+    if (pid_ == 0) {
+      const std::string fd = std::to_string(pipe_fds[1]);
+      execlp(ZUNO_TEST_XVFB, "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", "1280x720x24",
+             "-nolisten", "tcp", "-noreset", static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    close(pipe_fds[1]);
+    std::string display = ":";
+    for (char byte = 0; read(pipe_fds[0], &byte, 1) == 1 && byte != '\n';) {
+      display += byte;
+    }
+    close(pipe_fds[0]);
+    setenv("DISPLAY", display.c_str(), 1);
+  }
+  ~Screen() {
+    kill(pid_, SIGTERM);
+    waitpid(pid_, nullptr, 0);
+  }
+  Screen(const Screen&) = delete;
+  Screen& operator=(const Screen&) = delete;
+
+ private:
+  pid_t pid_;
+};
+
+// A plain window in one colour: the page.
+class Page {
+ public:
+  Page() : connection_(xcb_connect(nullptr, nullptr)) {
+    screen_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
+    Open();
+  }
+  ~Page() { xcb_disconnect(connection_); }
+  Page(const Page&) = delete;
+  Page& operator=(const Page&) = delete;
+
+  void Open() {
+    window_ = xcb_generate_id(connection_);
+    const std::uint32_t color = kPageColor;
+    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, screen_->root, 0, 0, 1280, 720, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, screen_->root_visual, XCB_CW_BACK_PIXEL,
+                      &color);
+    xcb_map_window(connection_, window_);
+    Children();  // waits for the server, so that others find the window
+  }
+  void Close() {
+    xcb_destroy_window(connection_, window_);
+    xcb_flush(connection_);
+  }
+  std::int32_t id() const { return static_cast<std::int32_t>(window_); }
+
+  // What the screen shows there, as 0xRRGGBB.
+  std::uint32_t At(std::uint32_t x, std::uint32_t y) const {
+    xcb_get_image_reply_t* reply = xcb_get_image_reply(
+        connection_,
+        xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, screen_->root,
+                      static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 1, 1, ~0U),
+        nullptr);
+    if (reply == nullptr) {
+      return ~0U;
+    }
+    const std::uint8_t* pixel = xcb_get_image_data(reply);
+    const std::uint32_t color = static_cast<std::uint32_t>(pixel[2]) << 16U |
+                                static_cast<std::uint32_t>(pixel[1]) << 8U | pixel[0];
+    std::free(reply);
+    return color;
+  }
+
+  // The names of the colours in the middles of the clip's seven columns.
+  std::string Bars(const Rect& rect) const {
+    std::string bars;
+    for (std::uint32_t column = 0; column < 7; ++column) {
+      const std::uint32_t color =
+          At(rect.x + rect.width * (2 * column + 1) / 14, rect.y + rect.height / 4);
+      const auto is_on = [color](unsigned int shift) { return ((color >> shift) & 0xFFU) > 127U; };
+      bars += "kbgcrmyw"[(is_on(16) ? 4 : 0) + (is_on(8) ? 2 : 0) + (is_on(0) ? 1 : 0)];
+    }
+    return bars;
+  }
+
+  int Children() const {
+    xcb_query_tree_reply_t* reply =
+        xcb_query_tree_reply(connection_, xcb_query_tree(connection_, window_), nullptr);
+    const int count = reply == nullptr ? -1 : reply->children_len;
+    std::free(reply);
+    return count;
+  }
+
+  // Waits until the picture fills exactly this rectangle.
+  bool Shows(const Rect& rect) const {
+    for (int waited = 0; waited < Patience(2000).count(); waited += 20) {
+      const std::uint32_t right = rect.x + rect.width;
+      const std::uint32_t middle = rect.y + rect.height / 4;
+      if (Bars(rect) == "wycgmrb" && At(rect.x - 2, middle) == kPageColor &&
+          At(right + 1, middle) == kPageColor && At(rect.x + 2, rect.y - 2) == kPageColor &&
+          At(rect.x + 2, middle) != kPageColor && At(right - 3, middle) != kPageColor &&
+          At(rect.x + 2, rect.y + rect.height + 1) == kPageColor) {
+        return true;
+      }
+      SleepFor(20);
+    }
+    return false;
+  }
+
+ private:
+  xcb_connection_t* connection_;
+  xcb_screen_t* screen_;
+  xcb_window_t window_ = 0;
+};
+
+bool SetDisplay(const Rig& rig, std::int32_t window, const Rect& rect) {
+  return rig.player->SetAttribute(0, "wayland_rect", &rect, 16, "display_handler", &window, 4,
+                                  kNoName);
+}
+
+bool SetArea(const Rig& rig, const Rect& rect) {
+  return rig.player->SetAttribute(0, "display_area", &rect, 16, kNoName);
+}
+
+class Window : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { screen_ = new Screen; }
+  static void TearDownTestSuite() { delete screen_; }
+
+ private:
+  static Screen* screen_;
+};
+
+Screen* Window::screen_ = nullptr;
+
+TEST_F(Window, ThePictureFollowsTheRectangle) {
+  const Page page;
+  Rig rig;
+  const Rect first = {100, 50, 420, 240};
+  ASSERT_TRUE(SetDisplay(rig, page.id(), first));
+  ASSERT_TRUE(rig.PlayFile(Media("clip.webm")));
+  EXPECT_TRUE(page.Shows(first)) << page.Bars(first);
+  for (const Rect rect :
+       {Rect{600, 300, 640, 360}, Rect{10, 400, 350, 300}, Rect{2, 2, 1276, 716}}) {
+    ASSERT_TRUE(SetArea(rig, rect));
+    EXPECT_TRUE(page.Shows(rect)) << rect.x << ": " << page.Bars(rect);
+  }
+  // While paused as well.
+  ASSERT_TRUE(rig.player->Pause());
+  for (const Rect rect : {Rect{200, 100, 700, 500}, Rect{100, 50, 420, 240}}) {
+    ASSERT_TRUE(SetArea(rig, rect));
+    EXPECT_TRUE(page.Shows(rect)) << rect.x << ": " << page.Bars(rect);
+  }
+  ASSERT_TRUE(rig.player->Resume());
+  ASSERT_TRUE(SetArea(rig, {100, 100, 0, 100}));
+  SleepFor(200);
+  EXPECT_EQ(kPageColor, page.At(200, 120));
+  ASSERT_TRUE(SetArea(rig, first));
+  EXPECT_TRUE(page.Shows(first));
+  int width = 0;
+  int height = 0;
+  EXPECT_TRUE(rig.player->GetResolution(&width, &height));
+  EXPECT_EQ(640, width);  // the medium's, not the window's
+  EXPECT_EQ(1U, rig.recorder.Notes(kResolution).size());
+}
+
+TEST_F(Window, NothingIsLeftOnTheScreen) {
+  const Page page;
+  const Rect rect = {100, 50, 420, 240};
+  const std::function<void(Rig*)> ends[] = {
+      [](Rig* s) { s->player->Stop(); },
+      [](Rig* s) { s->player.reset(); },
+      [](Rig* s) { s->player->InitPlayer("/nonexistent", 0); },
+  };
+  for (const auto& end : ends) {
+    Rig rig;
+    ASSERT_TRUE(SetDisplay(rig, page.id(), rect));
+    ASSERT_TRUE(rig.PlayFile(Media("clip.webm")));
+    ASSERT_TRUE(page.Shows(rect)) << page.Bars(rect);
+    end(&rig);
+    EXPECT_EQ(0, page.Children());
+    SleepFor(50);
+    EXPECT_EQ(kPageColor, page.At(300, 150));
+  }
+}
+
+TEST_F(Window, AWindowThatIsNotThereDoesNoHarm) {
+  Page page;
+  Rig rig;
+  for (const std::int32_t window : {0, -1, 1, 0x7FFFFFFF}) {
+    ASSERT_TRUE(SetDisplay(rig, window, {0, 0, 320, 200}));
+    ASSERT_TRUE(rig.PlayFile(Media("clip.webm"))) << window;
+  }
+  ASSERT_TRUE(SetDisplay(rig, page.id(), {100, 50, 420, 240}));
+  ASSERT_TRUE(rig.PlayFile(Media("clip.webm")));
+  ASSERT_TRUE(page.Shows({100, 50, 420, 240}));
+  page.Close();
+  SleepFor(500);
+  EXPECT_TRUE(SetArea(rig, {0, 0, 200, 100}));
+  SleepFor(300);
+  EXPECT_TRUE(rig.player->Stop());
+  page.Open();
+  ASSERT_TRUE(SetDisplay(rig, page.id(), {100, 50, 420, 240}));
+  ASSERT_TRUE(rig.PlayFile(Media("clip.webm")));
+  EXPECT_TRUE(page.Shows({100, 50, 420, 240}));
+}
+
+}  // namespace
