@@ -35,7 +35,8 @@ std::string ExtensionSystemQuorvel::GetEmbedderName() const {
   if (Funcs() == nullptr) {
     return std::string();
   }
-  return Var(PASS_REF, Funcs()->GetEmbedderName(instance_.pp_instance())).AsString();
+  const Var name(PASS_REF, Funcs()->GetEmbedderName(instance_.pp_instance()));
+  return name.is_string() ? name.AsString() : std::string();
 }
 
 Var ExtensionSystemQuorvel::GetCurrentExtensionInfo() {
@@ -62,7 +63,8 @@ ExtensionSystemQuorvelKelvo::ExtensionSystemQuorvelKelvo(const InstanceHandle& i
 
 bool ExtensionSystemQuorvelKelvo::CallForBool(const char* operation_name,
                                               const Var& operation_data) {
-  return GenericSyncCall(operation_name, operation_data).AsBool();
+  const Var answer = GenericSyncCall(operation_name, operation_data);
+  return answer.is_bool() && answer.AsBool();
 }
 
 bool ExtensionSystemQuorvelKelvo::CheckPrivilege(const Var& privilege) {

@@ -20,9 +20,10 @@ CLumivexEventListener::CLumivexEventListener(CLumivexMessageHandler* messageHand
 void CLumivexEventListener::OnEvent(unsigned int contentType,
                                     int param1,
                                     const std::string& param2) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE(
-                "[CLumivexEventListener][OnEvent] contentType: [%d], param1: [%d], param2: [%s]"),
-            static_cast<int>(contentType), param1, param2.c_str());
+  LUMIVEX_DEBUG(
+      LUMIVEX_LOG_LINE(
+          "[CLumivexEventListener][OnEvent] contentType: [%d], param1: [%d], param2: [%s]"),
+      static_cast<int>(contentType), param1, param2.c_str());
   if (contentType != TUNE_SUCCESS) {
     return;
   }

@@ -195,8 +195,8 @@ CLumivexMessageHandler::CLumivexMessageHandler(pp::Instance* instance)
   LUMIVEX_DEBUG(
       LUMIVEX_LOG_LINE("m_hasLumivexPlayerPrivilege : %d / m_hasLumivexRFMangerPrivilege : %d"),
       m_hasLumivexPlayerPrivilege, m_hasLumivexRFMangerPrivilege);
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("LumivexPlayer Version : %s / LumivexRFManager Version: %s"), kVersion,
-            kVersion);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("LumivexPlayer Version : %s / LumivexRFManager Version: %s"),
+                kVersion, kVersion);
   m_windowId = extensionSystem.GetWindowId();
   LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("App window Resource ID -> %d"), m_windowId);
 
@@ -238,7 +238,8 @@ const RequestRefusal* CLumivexMessageHandler::CheckRequest(const pp::Var& messag
     return &kNoModuleName;
   }
   *moduleName = String(request, "moduleName");
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE_AT(site, "=================> moduleName: %s"), moduleName->c_str());
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE_AT(site, "=================> moduleName: %s"),
+                moduleName->c_str());
   // The module name selects the privilege to test and nothing else: a name that is neither of the
   // two passes no gate.
   if (*moduleName == kPlayerModule && !m_hasLumivexPlayerPrivilege) {
@@ -334,11 +335,12 @@ pp::Var CLumivexMessageHandler::SetDataSource(const pp::VarDictionary& request) 
   }
   const unsigned int timeOffset =
       request.HasKey("timeOffset") ? Unsigned(request, "timeOffset") : 0;
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetDataSource] url: %s, timeOffset: %u"), url.c_str(), timeOffset);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetDataSource] url: %s, timeOffset: %u"), url.c_str(),
+                timeOffset);
   const bool result = m_pLumivexPlayer->SetDataSource(url, timeOffset);
   if (!result) {
     LUMIVEX_ERROR(LUMIVEX_LOG_LINE("[SetDataSource] SetDataSource(%s, %u) returned false."),
-              url.c_str(), timeOffset);
+                  url.c_str(), timeOffset);
   }
   return Success(result);
 }
@@ -382,10 +384,11 @@ pp::Var CLumivexMessageHandler::SetPlaybackSpeed(const pp::VarDictionary& reques
   }
   const float speed = static_cast<float>(request.Get("speed").AsDouble());
   LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetPlaybackSpeed] SetPlaybackSpeed: %f"),
-            static_cast<double>(speed));
+                static_cast<double>(speed));
   const bool result = m_pLumivexPlayer->SetPlaybackSpeed(speed);
   if (!result) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetPlaybackSpeed(%f) returned false."), static_cast<double>(speed));
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetPlaybackSpeed(%f) returned false."),
+                  static_cast<double>(speed));
   }
   return Success(result);
 }
@@ -429,7 +432,7 @@ pp::Var CLumivexMessageHandler::SetDisplayArea(const pp::VarDictionary& request)
   Area area = {Unsigned(request, "x"), Unsigned(request, "y"), Unsigned(request, "width"),
                Unsigned(request, "height")};
   LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetDisplayArea] SetDisplayArea(%u, %u, %u, %u) starts"), area.x,
-            area.y, area.width, area.height);
+                area.y, area.width, area.height);
   if (request.HasKey("scalingMode") &&
       Int(request, "scalingMode") == ILumivexPlayer::VIDEO_SCALING_MODE_KEEP_ASPECT_RATIO) {
     const int videoWidth = m_pLumivexPlayer->GetVideoWidth();
@@ -488,14 +491,16 @@ pp::Var CLumivexMessageHandler::GetTrackLanguageCode(const pp::VarDictionary& re
   }
   const ILumivexPlayer::MEDIA_TRACK_TYPE trackType = TrackType(request);
   const int index = Int(request, "index");
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetTrackLanguageCode] trackType: %d, index: %d"), trackType, index);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetTrackLanguageCode] trackType: %d, index: %d"), trackType,
+                index);
   std::string language;
   if (!m_pLumivexPlayer->GetTrackLanguageCode(trackType, index, &language)) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetTrackLanguageCode(%d, %d) returned false."), trackType, index);
+    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetTrackLanguageCode(%d, %d) returned false."), trackType,
+                  index);
     return Success(kNoText);
   }
   LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetTrackLanguageCode][Success] language: %s, string length: %d"),
-            language.c_str(), static_cast<int>(language.size()));
+                language.c_str(), static_cast<int>(language.size()));
   return Success(language.c_str());
 }
 
@@ -521,7 +526,7 @@ pp::Var CLumivexMessageHandler::SetDRMProperty(const pp::VarDictionary& request)
   const bool result = m_pLumivexPlayer->SetDRMProperty(type, propertyData);
   if (!result) {
     LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetDRMProperty(%d, %s) returned false."), type,
-              propertyData.c_str());
+                  propertyData.c_str());
   }
   return Success(result);
 }
@@ -535,7 +540,7 @@ pp::Var CLumivexMessageHandler::GetAvailableBitrates(const pp::VarDictionary&) {
   }
   for (std::size_t i = 0; i < bitrates.size(); ++i) {
     LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("The bitrates[%d] is %lu"), static_cast<int>(i),
-              static_cast<unsigned long>(bitrates[i]));
+                  static_cast<unsigned long>(bitrates[i]));
     text += (i == 0 ? "" : ",") + std::to_string(bitrates[i]);
   }
   return Success(text);
@@ -592,12 +597,12 @@ pp::Var CLumivexMessageHandler::TuneRFChannel(const pp::VarDictionary& request) 
   const int minor = Int(request, "minor");
   const int programNum = Int(request, "programNum");
   const int transportStreamId = Int(request, "transportStreamID");
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[TuneRFChannel] major: %d, minor: %d, progNum: %d, tsid: %d"), major,
-            minor, programNum, transportStreamId);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[TuneRFChannel] major: %d, minor: %d, progNum: %d, tsid: %d"),
+                major, minor, programNum, transportStreamId);
   const bool result = m_pRFManager->TuneRFChannel(major, minor, programNum, transportStreamId);
   if (!result) {
     LUMIVEX_ERROR(LUMIVEX_LOG_LINE("TuneRFChannel(%d, %d, %d, %d) returned false."), major, minor,
-              programNum, transportStreamId);
+                  programNum, transportStreamId);
   }
   return Success(result);
 }
@@ -702,7 +707,7 @@ pp::Var CLumivexMessageHandler::GetRFTrackLanguageCode(const pp::VarDictionary& 
   const int trackType = Int(request, "trackType");
   const int index = Int(request, "index");
   LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] trackType: %d, index: %d"), trackType,
-            index);
+                index);
   std::string languageCode;
   switch (trackType) {
     case kAudioTrack:
@@ -725,8 +730,9 @@ pp::Var CLumivexMessageHandler::GetRFTrackLanguageCode(const pp::VarDictionary& 
       LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Wrong media track type."));
       return Refuse(kInvalidParameter);
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] languageCode : %s"), languageCode.c_str());
-  return Success(languageCode.c_str());
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] languageCode : %s"),
+                languageCode.c_str());
+  return Success(languageCode);
 }
 
 pp::Var CLumivexMessageHandler::GetRFSubtitleMode(const pp::VarDictionary&) {
@@ -769,7 +775,7 @@ pp::Var CLumivexMessageHandler::GetRFSubtitleStatus(const pp::VarDictionary&) {
     return Success(kNoValue);
   }
   LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFSubtitleStatus] subtitle status: %d, result: %d"), shown,
-            result);
+                result);
   return Success(shown);
 }
 
@@ -795,8 +801,8 @@ void CLumivexMessageHandler::OnError(int type, int extra) {
   event.Set("event", "PLAYBACK_ERROR_EVENT");
   event.Set("type", type);
   event.Set("extra", extra);
-  LUMIVEX_ERROR(LUMIVEX_LOG_LINE("[OnError] PLAYBACK_ERROR_EVENT >> eventType: %d, extra: %d"), type,
-            extra);
+  LUMIVEX_ERROR(LUMIVEX_LOG_LINE("[OnError] PLAYBACK_ERROR_EVENT >> eventType: %d, extra: %d"),
+                type, extra);
   m_pInstance->PostMessage(event);
 }
 

@@ -188,7 +188,8 @@ int CZunoPlayerAdapter::StreamTypeConverter(MEDIA_TRACK_TYPE type) {
 
 bool CZunoPlayerAdapter::HasPlayer(const LogSite& site) const {
   if (m_pZunoPlayer == nullptr) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE_AT(site, "ZunoPlayer instance is not created yet. Returns false."));
+    LUMIVEX_ERROR(
+        LUMIVEX_LOG_LINE_AT(site, "ZunoPlayer instance is not created yet. Returns false."));
     return false;
   }
   return true;
@@ -226,8 +227,8 @@ int CZunoPlayerAdapter::QueryStreams(bool (IZunoPlayer::*operation)(int, int*),
 bool CZunoPlayerAdapter::SetDisplay(
     int windowId, unsigned int x, unsigned int y, unsigned int width, unsigned int height) {
   LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SetDisplay(%d), %d, %d, %d, %d, starts."), windowId,
-            static_cast<int>(x), static_cast<int>(y), static_cast<int>(width),
-            static_cast<int>(height));
+                static_cast<int>(x), static_cast<int>(y), static_cast<int>(width),
+                static_cast<int>(height));
   if (!HasPlayer(LUMIVEX_LOG_SITE)) {
     return false;
   }
@@ -298,7 +299,7 @@ bool CZunoPlayerAdapter::SetDisplayArea(unsigned int x,
                                         unsigned int height,
                                         VIDEO_SCALING_MODE mode) {
   LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SetDisplayArea(%u, %u, %u, %u, %u) starts."), x, y, width, height,
-            static_cast<unsigned int>(mode));
+                static_cast<unsigned int>(mode));
   if (!HasPlayer(LUMIVEX_LOG_SITE)) {
     return false;
   }
@@ -506,8 +507,8 @@ int CZunoPlayerAdapter::OnBuffering(const ZunoMessageParam* record, const LogSit
     return kIgnored;
   }
   LUMIVEX_DEBUG(LUMIVEX_LOG_LINE_AT(
-                site, "[INFO_BUFFERING_PROGRESS] Previous[%u] vs. Current[%u] Progress..."),
-            previous, percent);
+                    site, "[INFO_BUFFERING_PROGRESS] Previous[%u] vs. Current[%u] Progress..."),
+                previous, percent);
   prevPercent.store(percent, std::memory_order_relaxed);
   return m_pEventListener->OnInfo(IPlaybackEventListener::INFO_BUFFERING_PROGRESS,
                                   static_cast<int>(percent), 0);

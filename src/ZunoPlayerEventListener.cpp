@@ -11,8 +11,8 @@ CZunoPlayerEventListener::CZunoPlayerEventListener(CLumivexMessageHandler* messa
 }
 
 bool CZunoPlayerEventListener::OnError(ERROR_TYPE type, int extra) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[CZunoPlayerEventListener][OnError] type: [%d], extra: [%d]"), type,
-            extra);
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[CZunoPlayerEventListener][OnError] type: [%d], extra: [%d]"),
+                type, extra);
   m_pMessageHandler->OnError(type, extra);
   return true;
 }
@@ -26,14 +26,15 @@ bool CZunoPlayerEventListener::OnInfo(INFO_TYPE type, int param1, int param2) {
 }
 
 bool CZunoPlayerEventListener::OnDRMInfo(DRM_INFO_TYPE type, const std::string& pData) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[CZunoPlayerEventListener][OnDRMInfo] type: [%d], pData: [%s]"), type,
-            pData.c_str());
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[CZunoPlayerEventListener][OnDRMInfo] type: [%d], pData: [%s]"),
+                type, pData.c_str());
   m_pMessageHandler->OnDRMInfo(type, pData);
   return true;
 }
 
 bool CZunoPlayerEventListener::OnTimedText(const std::string& pText) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[CZunoPlayerEventListener][OnTimedText] pText: %s"), pText.c_str());
+  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[CZunoPlayerEventListener][OnTimedText] pText: %s"),
+                pText.c_str());
   m_pMessageHandler->OnTimedText(pText);
   return true;
 }

@@ -23,7 +23,8 @@ Var VarArray::Get(uint32_t index) const {
 }
 
 bool VarArray::Set(uint32_t index, const Var& value) {
-  return Browser().array != nullptr && Browser().array->Set(var_, index, value.pp_var()) == PP_TRUE;
+  return Browser().array != nullptr &&
+         Browser().array->Set(var_, index, value.pp_var()) != PP_FALSE;
 }
 
 uint32_t VarArray::GetLength() const {
@@ -31,7 +32,7 @@ uint32_t VarArray::GetLength() const {
 }
 
 bool VarArray::SetLength(uint32_t length) {
-  return Browser().array != nullptr && Browser().array->SetLength(var_, length) == PP_TRUE;
+  return Browser().array != nullptr && Browser().array->SetLength(var_, length) != PP_FALSE;
 }
 
 }  // namespace pp

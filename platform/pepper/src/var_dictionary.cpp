@@ -26,7 +26,7 @@ Var VarDictionary::Get(const Var& key) const {
 
 bool VarDictionary::Set(const Var& key, const Var& value) {
   return Browser().dictionary != nullptr &&
-         Browser().dictionary->Set(var_, key.pp_var(), value.pp_var()) == PP_TRUE;
+         Browser().dictionary->Set(var_, key.pp_var(), value.pp_var()) != PP_FALSE;
 }
 
 void VarDictionary::Delete(const Var& key) {
@@ -37,7 +37,7 @@ void VarDictionary::Delete(const Var& key) {
 
 bool VarDictionary::HasKey(const Var& key) const {
   return Browser().dictionary != nullptr &&
-         Browser().dictionary->HasKey(var_, key.pp_var()) == PP_TRUE;
+         Browser().dictionary->HasKey(var_, key.pp_var()) != PP_FALSE;
 }
 
 VarArray VarDictionary::GetKeys() const {
