@@ -9,7 +9,7 @@ void Defects::Record(std::string what) {
   if (texts_.size() < kMost) {
     texts_.push_back(std::move(what));
   } else if (texts_.size() == kMost) {
-    texts_.push_back("... and more, which are not kept");
+    texts_.emplace_back("... and more, which are not kept");
   }
 }
 

@@ -68,6 +68,9 @@ std::string PrivilegeOf(const std::string& name) {
 }
 
 bool ReadWindowId(const char* text, std::optional<int32_t>* id) {
+  if (text == nullptr) {
+    return false;
+  }
   if (std::strcmp(text, "none") == 0) {
     id->reset();
     return true;
