@@ -178,8 +178,9 @@ void Engine::ShutDown() {
   }
   const Lock lock(mutex_);
   CloseMedium();
-  // GStreamer's threads go back to a pool that keeps a few of them; idle ones are not wanted.
-  g_thread_pool_stop_unused_threads();
+  // GStreamer's threads go back to a pool that keeps a few of them for a while; idle ones are not
+  // wanted, nor those that are on their way back.
+  g_thread_pool_set_max_unused_threads(0);
 }
 
 bool Engine::Open(const std::string& source, unsigned int offset_ms) {

@@ -16,6 +16,7 @@ namespace {
 constexpr int kPlayVideo = 1 << 0;
 constexpr int kPlayAudio = 1 << 1;
 constexpr int kPlayText = 1 << 2;
+constexpr int kPlayNativeVideo = 1 << 6;  // no scaler of playbin's own, which adds borders
 constexpr int kPlayDeinterlace = 1 << 9;
 
 constexpr guint64 kSoundQueue = 200 * GST_MSECOND;
@@ -126,9 +127,9 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   // Texts nobody takes must not hold up the stream.
   g_object_set(text.get(), "sync", TRUE, "max-buffers", 16U, "drop", TRUE, nullptr);
   g_object_set(playbin.get(), "uri", uri.c_str(), "flags",
-               kPlayVideo | kPlayAudio | kPlayText | kPlayDeinterlace, "video-sink", video.get(),
-               "audio-sink", audio.get(), "audio-filter", tempo.get(), "text-sink", text.get(),
-               nullptr);
+               kPlayVideo | kPlayAudio | kPlayText | kPlayNativeVideo | kPlayDeinterlace,
+               "video-sink", video.get(), "audio-sink", audio.get(), "audio-filter", tempo.get(),
+               "text-sink", text.get(), nullptr);
   g_signal_connect(playbin.get(), "source-setup", G_CALLBACK(OnSourceSetup), nullptr);
   g_signal_connect(playbin.get(), "deep-element-added", G_CALLBACK(OnElementAdded), nullptr);
 

@@ -82,14 +82,32 @@ class X11VideoWindow final : public VideoWindow {
   X11VideoWindow& operator=(const X11VideoWindow&) = delete;
 
   GstElement* MakeSink() override {
+    // The scaler is told which size to make: left alone it keeps the video's shape.
+    GstElement* bin = gst_bin_new(nullptr);
+    GstElement* converter = gst_element_factory_make("videoconvert", nullptr);
+    GstElement* scaler = gst_element_factory_make("videoscale", nullptr);
+    GstElement* size = gst_element_factory_make("capsfilter", nullptr);
     GstElement* sink = gst_element_factory_make("ximagesink", nullptr);
-    if (sink != nullptr) {
-      // The rectangle is filled as it is, and keys and clicks are left to the window around it.
-      g_object_set(sink, "force-aspect-ratio", FALSE, "handle-events", FALSE, nullptr);
-      gst_video_overlay_set_window_handle(GST_VIDEO_OVERLAY(sink), window_);
-      sink_.reset(GST_ELEMENT(gst_object_ref(sink)));
+    if (converter == nullptr || scaler == nullptr || size == nullptr || sink == nullptr) {
+      for (GstElement* element : {bin, converter, scaler, size, sink}) {
+        gst_clear_object(&element);
+      }
+      return nullptr;
     }
-    return sink;
+    g_object_set(scaler, "add-borders", FALSE, nullptr);
+    // A picture of the old size that is on its way must not be refused.
+    gst_util_set_object_arg(G_OBJECT(size), "caps-change-mode", "delayed");
+    // Keys and clicks are left to the window around it.
+    g_object_set(sink, "force-aspect-ratio", FALSE, "handle-events", FALSE, nullptr);
+    gst_video_overlay_set_window_handle(GST_VIDEO_OVERLAY(sink), window_);
+    gst_bin_add_many(GST_BIN(bin), converter, scaler, size, sink, nullptr);
+    gst_element_link_many(converter, scaler, size, sink, nullptr);
+    const PadPtr pad(gst_element_get_static_pad(converter, "sink"));
+    gst_element_add_pad(bin, gst_ghost_pad_new("sink", pad.get()));
+    sink_.reset(GST_ELEMENT(gst_object_ref(sink)));
+    size_.reset(GST_ELEMENT(gst_object_ref(size)));
+    SetSize();
+    return bin;
   }
 
   void Place(const Rect& place) override {
@@ -104,10 +122,13 @@ class X11VideoWindow final : public VideoWindow {
                                XCB_CONFIG_WINDOW_HEIGHT,
                            values);
       xcb_map_window(connection_, window_);
+      width_ = static_cast<int>(values[2]);
+      height_ = static_cast<int>(values[3]);
     }
     // Waits for the server, so that the sink finds the window as it is now.
     std::free(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
     if (sink_ != nullptr) {
+      SetSize();
       // Without events of its own the sink looks at its window only when told to, and does not ask
       // for pictures of the new size.
       gst_video_overlay_expose(GST_VIDEO_OVERLAY(sink_.get()));
@@ -117,6 +138,16 @@ class X11VideoWindow final : public VideoWindow {
   }
 
  private:
+  void SetSize() {
+    GstCaps* caps = gst_caps_new_simple("video/x-raw", "width", G_TYPE_INT, width_, "height",
+                                        G_TYPE_INT, height_, nullptr);
+    g_object_set(size_.get(), "caps", caps, nullptr);
+    gst_caps_unref(caps);
+  }
+
+  int width_ = 1;
+  int height_ = 1;
+  ElementPtr size_;
   xcb_connection_t* const connection_;
   const xcb_window_t window_;
   ElementPtr sink_;
