@@ -1,0 +1,163 @@
+#include "plugin_watch.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <QLocalSocket>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+#include "channel.h"
+#include "options.h"
+
+namespace lumivex::desktop {
+namespace {
+
+constexpr std::size_t kKeptLines = 20;
+constexpr std::size_t kLongestLine = 1000;  // a page can have megabytes logged
+
+// The argument of a line of the channel that begins with this word.
+bool TakeWord(std::string_view line, std::string_view word, std::string* argument) {
+  if (line.substr(0, word.size()) != word) {
+    return false;
+  }
+  *argument = line.substr(std::min(line.size(), word.size() + 1));
+  return true;
+}
+
+std::string SignalWords(const std::string& number) {
+  const char* name = strsignal(std::atoi(number.c_str()));
+  return "signal " + std::to_string(std::atoi(number.c_str())) + ", " + (name ? name : "unknown");
+}
+
+}  // namespace
+
+struct PluginWatch::Connection {
+  QLocalSocket* socket;
+  std::string pid = "?";
+  int instances = 0;
+  bool explained = false;  // why the process ends
+};
+
+PluginWatch::PluginWatch(const SessionFolder& folder, int shown)
+    : channel_path_(folder.Path("channel")),
+      log_path_(folder.Pipe("log")),
+      shown_(shown),
+      log_(open(log_path_.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC)) {
+  QObject::connect(&server_, &QLocalServer::newConnection, &server_, [this] { Accept(); });
+  if (log_ < 0 || !server_.listen(QString::fromStdString(channel_path_))) {
+    std::fprintf(stderr, "lumivex-desktop: the plug-in's process cannot be watched\n");
+    return;
+  }
+  log_notifier_ = std::make_unique<QSocketNotifier>(log_, QSocketNotifier::Read);
+  QObject::connect(log_notifier_.get(), &QSocketNotifier::activated, [this] { ReadLog(); });
+}
+
+PluginWatch::~PluginWatch() {
+  server_.close();
+  log_notifier_.reset();
+  if (log_ >= 0) {
+    close(log_);
+  }
+}
+
+void PluginWatch::SetEnvironment() const {
+  qputenv(kChannelVariable, channel_path_.c_str());
+  qputenv("LUMIVEX_DLOG", "verbose");
+  qputenv("LUMIVEX_DLOG_FILE", log_path_.c_str());
+}
+
+std::string PluginWatch::LastLines() const {
+  std::string all;
+  for (const std::string& line : last_lines_) {
+    all += line + "\n";
+  }
+  return all;
+}
+
+void PluginWatch::Accept() {
+  while (QLocalSocket* socket = server_.nextPendingConnection()) {
+    auto connection = std::make_shared<Connection>();
+    connection->socket = socket;
+    QObject::connect(socket, &QLocalSocket::readyRead,
+                     [this, connection] { ReadConnection(connection.get()); });
+    QObject::connect(socket, &QLocalSocket::disconnected, &server_, [this, connection] {
+      ReadConnection(connection.get());
+      instances_ -= connection->instances;
+      if (!connection->explained && connection->instances > 0) {
+        Fail("the plug-in's process " + connection->pid + " was killed");
+      }
+      connection->socket->deleteLater();
+    });
+    ReadConnection(connection.get());
+  }
+}
+
+void PluginWatch::ReadConnection(Connection* connection) {
+  while (connection->socket->canReadLine()) {
+    const std::string line = connection->socket->readLine().trimmed().toStdString();
+    std::string argument;
+    if (shown_ <= LogPriority("info")) {
+      std::fprintf(stderr, "lumivex-desktop: plug-in process: %s\n", line.c_str());
+    }
+    if (TakeWord(line, kStartLine, &argument)) {
+      connection->pid = argument;
+    } else if (TakeWord(line, kInstancesLine, &argument)) {
+      instances_ -= connection->instances;
+      connection->instances = std::atoi(argument.c_str());
+      instances_ += connection->instances;
+    } else if (TakeWord(line, kStopLine, &argument)) {
+      connection->explained = true;
+    } else if (TakeWord(line, kProblemLine, &argument)) {
+      connection->explained = true;
+      Fail("the plug-in could not be loaded: " + argument);
+    } else if (TakeWord(line, kCrashLine, &argument)) {
+      connection->explained = true;
+      Fail("the plug-in's process " + connection->pid + " crashed (" + SignalWords(argument) + ")");
+    }
+  }
+}
+
+void PluginWatch::Fail(const std::string& sentence) {
+  failed_ = true;
+  ReadLog();
+  const std::string lines = LastLines();
+  std::fprintf(
+      stderr, "lumivex-desktop: %s. %s\n%s", sentence.c_str(),
+      lines.empty() ? "It had logged nothing." : "The last lines of its log:", lines.c_str());
+  if (on_failure) {
+    on_failure(sentence);
+  }
+}
+
+void PluginWatch::ReadLog() {
+  char part[4096];
+  for (ssize_t length = 0; (length = read(log_, part, sizeof part)) > 0;) {
+    for (const char character : std::string_view(part, static_cast<std::size_t>(length))) {
+      if (character == '\n') {
+        TakeLogLine(unfinished_);
+        unfinished_.clear();
+      } else if (unfinished_.size() < kLongestLine) {
+        unfinished_ += character;
+      }
+    }
+  }
+}
+
+void PluginWatch::TakeLogLine(const std::string& line) {
+  // "[0] D/TAG: text": the letter is the priority.
+  const std::size_t bracket = line.find("] ");
+  const bool has_letter = bracket != std::string::npos && bracket + 2 < line.size();
+  if (has_letter && LogPriority(line.substr(bracket + 2, 1)) >= shown_) {
+    std::fprintf(stderr, "%s\n", line.c_str());
+  }
+  last_lines_.push_back(line);
+  if (last_lines_.size() > kKeptLines) {
+    last_lines_.pop_front();
+  }
+}
+
+}  // namespace lumivex::desktop

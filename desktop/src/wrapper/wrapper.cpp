@@ -1,0 +1,118 @@
+// A plug-in that is nothing by itself: it loads the real one and hands it the engine's tables, and
+// one more that only televisions have.
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "../channel.h"
+#include "extension_system.h"
+#include "ppapi/c/pp_errors.h"
+#include "ppapi/c/ppp.h"
+#include "ppapi/c/ppp_instance.h"
+#include "report.h"
+
+namespace {
+
+// The real plug-in. All on the plug-in's main thread.
+struct Plugin {
+  void* library = nullptr;
+  decltype(&PPP_InitializeModule) initialize = nullptr;
+  decltype(&PPP_ShutdownModule) shutdown = nullptr;
+  decltype(&PPP_GetInterface) get_interface = nullptr;
+};
+Plugin plugin;
+
+// Set before the plug-in is initialised, then only read: the plug-in may ask on any thread.
+PPB_GetInterface engine_interface = nullptr;
+const PPB_ExtensionSystem_Quorvel_0_1* extension_system = nullptr;
+
+const void* GetBrowserInterface(const char* name) {
+  if (std::strcmp(name, PPB_EXTENSIONSYSTEM_QUORVEL_INTERFACE_0_1) == 0) {
+    return extension_system;
+  }
+  return engine_interface(name);
+}
+
+// The plug-in's own table, but for the count that the window is told.
+const PPP_Instance* plugin_instances = nullptr;
+int instances = 0;
+
+PP_Bool DidCreate(PP_Instance instance, uint32_t argc, const char* argn[], const char* argv[]) {
+  const PP_Bool created = plugin_instances->DidCreate(instance, argc, argn, argv);
+  lumivex::desktop::ReportInstances(++instances);
+  return created;
+}
+
+void DidDestroy(PP_Instance instance) {
+  plugin_instances->DidDestroy(instance);
+  lumivex::desktop::ReportInstances(--instances);
+}
+
+const void* CountedInstances(const void* table) {
+  static PPP_Instance counted;
+  plugin_instances = static_cast<const PPP_Instance*>(table);
+  counted = *plugin_instances;
+  counted.DidCreate = DidCreate;
+  counted.DidDestroy = DidDestroy;
+  return &counted;
+}
+
+template <typename Function>
+bool Find(const char* name, Function* function) {
+  *function = reinterpret_cast<Function>(dlsym(plugin.library, name));
+  return *function != nullptr;
+}
+
+// What stands in the way; empty when the plug-in is there.
+std::string Load() {
+  const char* path = std::getenv(lumivex::desktop::kPluginVariable);
+  if (path == nullptr) {
+    return std::string(lumivex::desktop::kPluginVariable) + " is not set";
+  }
+  plugin.library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+  if (plugin.library == nullptr) {
+    return dlerror();
+  }
+  if (!Find("PPP_InitializeModule", &plugin.initialize) ||
+      !Find("PPP_ShutdownModule", &plugin.shutdown) ||
+      !Find("PPP_GetInterface", &plugin.get_interface)) {
+    return std::string(path) + " is no Pepper plug-in";
+  }
+  return "";
+}
+
+int32_t Refuse(const std::string& problem) {
+  lumivex::desktop::ReportProblem(problem);
+  plugin = {};
+  return PP_ERROR_FAILED;
+}
+
+}  // namespace
+
+int32_t PPP_InitializeModule(PP_Module module, PPB_GetInterface get_browser_interface) {
+  lumivex::desktop::OpenReport();
+  engine_interface = get_browser_interface;
+  extension_system = lumivex::desktop::MakeExtensionSystem(get_browser_interface);
+  const std::string problem = Load();
+  if (!problem.empty()) {
+    return Refuse(problem);
+  }
+  const int32_t result = plugin.initialize(module, GetBrowserInterface);
+  return result == PP_OK ? result : Refuse("the plug-in refused to start");
+}
+
+const void* PPP_GetInterface(const char* name) {
+  const void* table = plugin.get_interface == nullptr ? nullptr : plugin.get_interface(name);
+  const bool is_instances = std::strcmp(name, PPP_INSTANCE_INTERFACE) == 0;
+  return table != nullptr && is_instances ? CountedInstances(table) : table;
+}
+
+void PPP_ShutdownModule() {
+  if (plugin.shutdown != nullptr) {
+    plugin.shutdown();
+  }
+  lumivex::desktop::ReportStop();
+}

@@ -1,0 +1,66 @@
+// The live list of what goes to the plug-in and what comes back.
+"use strict";
+
+const MESSAGES_KEPT = 40;
+const LONGEST_TEXT = 36;
+
+// As JSON, but of a long text only the end: of an address its last two parts.
+function brief(value) {
+  return JSON.stringify(value, (_, part) => {
+    if (typeof part !== "string" || part.length <= LONGEST_TEXT) {
+      return part;
+    }
+    const ending = `/${part.split("/").slice(-2).join("/")}`;
+    return `\u2026${ending.slice(-LONGEST_TEXT)}`;
+  });
+}
+
+class MessageList {
+  constructor(list) {
+    this._list = list;
+    this._lastEvent = null;  // of the line that repeats: {key, line, count}
+  }
+
+  request({command, moduleName, ...args}, reply) {
+    const given = Object.keys(args).length ? " " + brief(args) : "";
+    const answer = reply.code === 0 ? brief(reply.value)
+      : `${reply.errorName} ${reply.errorMessage}`;
+    const line = this._add("request", `\u2192 ${command}${given} `);
+    const tail = document.createElement("span");
+    tail.className = reply.code === 0 ? "answer" : "error";
+    tail.textContent = `= ${answer}`;
+    line.append(tail);
+    this._lastEvent = null;
+  }
+
+  // Position events come several times a second: the same kind in a row shares a line.
+  event(data) {
+    const key = `${data && data.event} ${data && data.type}`;
+    const repeats = this._lastEvent && this._lastEvent.key === key;
+    if (!repeats) {
+      this._lastEvent = {key, line: this._add("event", ""), count: 0};
+    }
+    const count = ++this._lastEvent.count;
+    const {event, ...rest} = data || {};
+    this._lastEvent.line.textContent =
+      `\u2190 ${event || "message"} ${brief(rest)}${count > 1 ? ` \u00d7${count}` : ""}`;
+    this._list.scrollTop = this._list.scrollHeight;
+  }
+
+  error(text) {
+    this._add("error", `! ${text}`);
+    this._lastEvent = null;
+  }
+
+  _add(kind, text) {
+    const line = document.createElement("li");
+    line.className = kind;
+    line.textContent = text;
+    this._list.append(line);
+    while (this._list.children.length > MESSAGES_KEPT) {
+      this._list.firstChild.remove();
+    }
+    this._list.scrollTop = this._list.scrollHeight;
+    return line;
+  }
+}

@@ -1,0 +1,46 @@
+// The arrow keys move the focus to the nearest button in their direction.
+"use strict";
+
+const DIRECTIONS = {
+  ArrowLeft: {x: -1, y: 0},
+  ArrowRight: {x: 1, y: 0},
+  ArrowUp: {x: 0, y: -1},
+  ArrowDown: {x: 0, y: 1},
+};
+
+// How far apart two ranges are; 0 when they overlap.
+function gap(start, end, otherStart, otherEnd) {
+  return Math.max(0, otherStart - end, start - otherEnd);
+}
+
+// The cost of a move from one rectangle to another; infinite when it lies in another direction.
+function moveCost(from, to, {x, y}) {
+  const ahead = (to.left + to.right - from.left - from.right) * x / 2 +
+    (to.top + to.bottom - from.top - from.bottom) * y / 2;
+  const across = x ? gap(from.top, from.bottom, to.top, to.bottom)
+    : gap(from.left, from.right, to.left, to.right);
+  const between = x ? gap(from.left, from.right, to.left, to.right)
+    : gap(from.top, from.bottom, to.top, to.bottom);
+  const aside = Math.abs(x ? to.top + to.bottom - from.top - from.bottom
+    : to.left + to.right - from.left - from.right) / 2;
+  const overlaps = between === 0 && across === 0;
+  return ahead > 1 && !overlaps && (between > 0 || across === 0) ? between + 3 * across + aside / 10
+    : Infinity;
+}
+
+function moveFocus(key) {
+  const from = document.activeElement.getBoundingClientRect();
+  let best = null;
+  let bestCost = Infinity;
+  for (const candidate of document.querySelectorAll("button:not(:disabled), input")) {
+    const cost = candidate === document.activeElement ? Infinity
+      : moveCost(from, candidate.getBoundingClientRect(), DIRECTIONS[key]);
+    if (cost < bestCost) {
+      [best, bestCost] = [candidate, cost];
+    }
+  }
+  if (best) {
+    best.focus();
+    best.scrollIntoView({block: "nearest"});
+  }
+}

@@ -1,0 +1,168 @@
+// The client of the Lumivex plug-in for web pages; types in lumivex.d.ts.
+//
+//   const tv = new Lumivex(document.querySelector("embed"));
+//   tv.addEventListener("position", ({detail}) => console.log(detail.position));
+//   tv.player.setDataSource("film.mp4") && tv.player.start();
+//
+// Every command is a function: the plug-in answers at once, so it returns the answer's value.
+//  - A refusal by the player or the tuner is a value: false, -1, "FAILED" or "".
+//  - An error result is thrown as a LumivexError: no privilege, a missing argument, no tuner.
+// The console shows the traffic after: tv.trace = console.log.
+//
+// A classic script that defines Lumivex and LumivexError, so that it works from a file as well.
+(function (scope) {
+  "use strict";
+
+  // Command by module: what its arguments are called in the request, from how they are given to the
+  // function. Commands of more than two arguments take them by name.
+  const COMMANDS = {
+    lumivexplayer: {
+      HasPlayerPrivilege: () => ({}),
+      SetDataSource: (url, timeOffset) => ({url, timeOffset}),
+      Start: () => ({}),
+      Stop: () => ({}),
+      Pause: () => ({}),
+      Resume: () => ({}),
+      SeekTo: (msec) => ({msec}),
+      SetPlaybackSpeed: (speed) => ({speed}),
+      GetPlaybackSpeed: () => ({}),
+      SetDisplayArea: ({x, y, width, height, scalingMode}) => ({x, y, width, height, scalingMode}),
+      GetCurrentPosition: () => ({}),
+      GetDuration: () => ({}),
+      GetVideoWidth: () => ({}),
+      GetVideoHeight: () => ({}),
+      GetNumOfTracks: (trackType) => ({trackType}),
+      GetSelectedTrack: (trackType) => ({trackType}),
+      SelectTrack: (trackType, index) => ({trackType, index}),
+      GetTrackLanguageCode: (trackType, index) => ({trackType, index}),
+      SetTimedTextSource: (URI) => ({URI}),
+      SetDRMProperty: (type, propertyData) => ({type, propertyData}),
+      GetAvailableBitrates: () => ({}),
+      GetPlayerVersion: () => ({}),
+    },
+    lumivexrfmanager: {
+      HasRFManagerPrivilege: () => ({}),
+      GetRFManagerVersion: () => ({}),
+      SetChannelType: (channelType) => ({channelType}),
+      TuneRFChannel: ({ptc = 0, major, minor, programNum, transportStreamID}) =>
+        ({ptc, major, minor, programNum, transportStreamID}),
+      GetNumOfRFTracks: (trackType) => ({trackType}),
+      GetSelectedRFTrack: (trackType) => ({trackType}),
+      SelectRFTrack: (trackType, index) => ({trackType, index}),
+      GetRFSubtitleMode: () => ({}),
+      SetRFSubtitleMode: (subtitleMode) => ({subtitleMode}),
+      GetRFSubtitleStatus: () => ({}),
+      SetRFSubtitleStatus: (showStatus) => ({showStatus}),
+      GetRFTrackLanguageCode: (trackType, index) => ({trackType, index}),
+    },
+  };
+
+  // PLAYBACK_INFO_EVENT by its type; other types are "info".
+  const INFO_EVENTS = {
+    1: () => ["bufferingstart", {}],
+    2: () => ["bufferingcomplete", {}],
+    3: ({param1}) => ["bufferingprogress", {percent: param1}],
+    6: ({param1}) => ["position", {position: param1}],
+    8: ({param1, param2}) => ["resolution", {width: param1, height: param2}],
+  };
+
+  const EVENTS = {
+    PLAYBACK_ERROR_EVENT: ({type, extra}) => ["playbackerror", {type, extra}],
+    PLAYBACK_INFO_EVENT: (data) =>
+      INFO_EVENTS[data.type]
+        ? INFO_EVENTS[data.type](data)
+        : ["info", {type: data.type, param1: data.param1, param2: data.param2}],
+    PLAYBACK_DRMINFO_EVENT: ({type, data}) => ["drminfo", {type, data}],
+    PLAYBACK_TIMEDTEXT_EVENT: ({text}) => ["timedtext", {text}],
+    RF_INFO_EVENT: ({eventType}) => ["tuned", {eventType}],
+  };
+
+  class LumivexError extends Error {
+    constructor({code, errorName, errorMessage}, command) {
+      super(errorMessage || errorName);
+      this.code = code;
+      this.name = errorName;
+      this.command = command;
+    }
+  }
+
+  // The engine's own failures have no code of the plug-in's.
+  function noPlugin(message, command) {
+    return new LumivexError({code: -1, errorName: "PluginError", errorMessage: message}, command);
+  }
+
+  class Lumivex extends EventTarget {
+    constructor(embed) {
+      super();
+      this.embed = embed;
+      this.trace = null;
+      this.player = this._functions("lumivexplayer");
+      this.tuner = this._functions("lumivexrfmanager");
+      this._listener = ({data}) => this._onMessage(data);
+      embed.addEventListener("message", this._listener);
+    }
+
+    // A request as it is, for what the functions do not cover. Undefined arguments are left out.
+    send(moduleName, command, args) {
+      const request = {moduleName, command};
+      for (const [key, value] of Object.entries(args || {})) {
+        if (value !== undefined) {
+          request[key] = value;
+        }
+      }
+      if (typeof this.embed.postMessageAndAwaitResponse !== "function") {
+        throw noPlugin("The element has no plug-in", command);
+      }
+      let reply;
+      try {
+        reply = this.embed.postMessageAndAwaitResponse(request);
+      } catch (error) {
+        throw noPlugin(`The plug-in does not answer: ${error.message}`, command);
+      }
+      if (reply === null || typeof reply !== "object") {
+        throw noPlugin("The plug-in does not answer", command);
+      }
+      if (this.trace) {
+        this.trace("request", request, reply);
+      }
+      if (reply.code !== 0) {
+        throw new LumivexError(reply, command);
+      }
+      return reply.value;
+    }
+
+    // No event comes any more. The element stays the page's: to end the plug-in, remove it.
+    close() {
+      this.embed.removeEventListener("message", this._listener);
+    }
+
+    _functions(moduleName) {
+      const functions = {};
+      for (const [command, toArguments] of Object.entries(COMMANDS[moduleName])) {
+        functions[command[0].toLowerCase() + command.slice(1)] = (...args) =>
+          this.send(moduleName, command, toArguments(...args));
+      }
+      return functions;
+    }
+
+    _onMessage(data) {
+      if (this.trace) {
+        this.trace("event", data);
+      }
+      const known = data && EVENTS[data.event];
+      const [type, detail] = known ? known(data) : ["message", data];
+      this.dispatchEvent(new CustomEvent(type, {detail}));
+    }
+  }
+
+  Lumivex.MIME_TYPE = "application/x-lumivex";
+  Lumivex.COMMANDS = Object.fromEntries(
+    Object.entries(COMMANDS).map(([module, commands]) => [module, Object.keys(commands)]));
+  Lumivex.TrackType = Object.freeze({VIDEO: 1, AUDIO: 2, TIMED_TEXT: 3, SUBTITLE: 4});
+  Lumivex.ScalingMode = Object.freeze({KEEP_ASPECT: 0, FILL: 1});
+  Lumivex.DrmProperty = Object.freeze(
+    {REQUEST_CHALLENGE_DATA: 0, SET_LICENSE: 1, LICENSE_SERVER: 2, COOKIE: 3});
+
+  scope.Lumivex = Lumivex;
+  scope.LumivexError = LumivexError;
+})(globalThis);

@@ -1,0 +1,291 @@
+// The playback side of the page: a source, its position, tracks, captions and the picture's place.
+"use strict";
+
+const SPEEDS = [0.5, 1, 1.5, 2];
+const SIZES = ["Boxed", "Keep aspect", "Full"];
+const CAPTION_TIME = 6000;  // the plug-in tells when a cue begins, not when it ends
+const HINT_TIME = 4000;
+const END_OF_MEDIA = 5;
+
+const byId = (id) => document.getElementById(id);
+
+function clockText(msec) {
+  const seconds = Math.max(0, Math.floor(msec / 1000));
+  return `${Math.floor(seconds / 60)}:${String(seconds % 60).padStart(2, "0")}`;
+}
+
+// "English" for "eng" or "en".
+function languageName(code, fallback) {
+  try {
+    return new Intl.DisplayNames(["en"], {type: "language"}).of(code);
+  } catch (error) {
+    return fallback;
+  }
+}
+
+class PlayerPanel {
+  // attempt(words, action): see page.js.
+  constructor(tv, attempt, notify) {
+    this._tv = tv;
+    this._attempt = attempt;
+    this._notify = notify;
+    this._source = null;
+    this._playing = false;
+    this._position = 0;
+    this._duration = 0;
+    this._speed = 1;
+    this._size = 0;
+    this._ended = false;
+    this._forgetTracks();
+    this._area = "";
+
+    byId("play").onclick = () => this.playOrPause();
+    byId("stop").onclick = () => this.stop();
+    byId("back").onclick = () => this.seekBy(-10000);
+    byId("forward").onclick = () => this.seekBy(10000);
+    byId("audio").onclick = () => this._nextAudio();
+    byId("subtitles").onclick = () => this._nextText();
+    byId("speed").onclick = () => this._nextSpeed();
+    byId("size").onclick = () => this._setSize((this._size + 1) % SIZES.length);
+    byId("seek").onclick = (event) => this._seekToPointer(event);
+    window.addEventListener("resize", () => this._place());
+
+    tv.addEventListener("position", ({detail}) => this._setPosition(detail.position));
+    tv.addEventListener("resolution", () => this._place());
+    tv.addEventListener("bufferingprogress", ({detail}) => this._setBuffer(detail.percent));
+    tv.addEventListener("bufferingcomplete", () => this._setBuffer(100));
+    tv.addEventListener("timedtext", ({detail}) => this._showCaption(detail.text));
+    tv.addEventListener("info", ({detail}) => {
+      if (detail.type === END_OF_MEDIA) {
+        this._end();
+        this._ended = true;
+      }
+    });
+    tv.addEventListener("playbackerror", ({detail}) => {
+      this._end();
+      notify(`Playback failed (error ${detail.type})`);
+    });
+    this._show();
+  }
+
+  get isFull() {
+    return SIZES[this._size] === "Full";
+  }
+
+  leaveFull() {
+    this._setSize(0);
+    byId("size").focus();
+  }
+
+  // captions: the address of a subtitle file, if there is one.
+  open({name, url, captions}) {
+    this.stop();
+    this._notify(`Opening ${name} \u2026`);
+    // Opening blocks the page, so let it show the words first.
+    requestAnimationFrame(() => setTimeout(() => {
+      this._place();
+      if (!this._attempt(`${name} cannot be played`, ({player}) => player.setDataSource(url))) {
+        return;
+      }
+      this._source = {name, url, captions};
+      this._text = 0;
+      if (this._attempt(`${name} does not start`, ({player}) => player.start())) {
+        this._playing = true;
+        this._speed = 1;
+        this._notify(name);
+        this._readMedia();
+      }
+      this._show();
+    }));
+  }
+
+  playOrPause() {
+    if (this._playing) {
+      this._playing = !this._attempt("Pausing is refused", ({player}) => player.pause());
+    } else {
+      this._playing = this._attempt("There is nothing to play", ({player}) =>
+        this._source !== null && (player.resume() || player.start()));
+      this._ended = this._ended && !this._playing;
+    }
+    this._show();
+  }
+
+  stop() {
+    if (this._source) {
+      this._attempt("Stopping is refused", ({player}) => player.stop());
+    }
+    this._source = null;
+    this._end();
+    this._setPosition(0);
+    this._duration = 0;
+    this._forgetTracks();
+    this._notify("");
+    this._show();
+  }
+
+  seekBy(msec) {
+    const target = Math.max(0, Math.min(this._position + msec, this._duration));
+    if (this._attempt("Seeking is refused", ({player}) => player.seekTo(target))) {
+      this._playing = this._playing || this._ended;  // after the end a seek plays on
+      this._ended = false;
+      this._showCaption("");
+      this._setPosition(target);
+      this._show();
+    }
+  }
+
+  _seekToPointer(event) {
+    const bar = byId("bar").getBoundingClientRect();
+    const share = (event.clientX - bar.left) / bar.width;
+    if (event.detail > 0 && share >= 0 && share <= 1) {  // a click, not the Enter key
+      this.seekBy(Math.round(share * this._duration) - this._position);
+    }
+  }
+
+  _end() {
+    this._playing = false;
+    this._ended = false;
+    this._showCaption("");
+    this._setBuffer(0);
+    this._show();
+  }
+
+  _forgetTracks() {
+    this._audio = [];
+    this._audioIndex = -1;
+    this._texts = [{name: "Off"}];
+    this._text = 0;
+  }
+
+  _readMedia() {
+    if (!this._source) {
+      return;
+    }
+    const {AUDIO, SUBTITLE} = Lumivex.TrackType;
+    this._attempt("", ({player}) => {
+      this._duration = Math.max(0, player.getDuration());
+      this._audio = this._trackNames(AUDIO);
+      this._audioIndex = player.getSelectedTrack(AUDIO);
+      this._texts = [{name: "Off"}];
+      if (this._source.captions) {
+        this._texts.push({name: "From a file", uri: this._source.captions});
+      }
+      this._trackNames(SUBTITLE).forEach(
+        (name, index) => this._texts.push({name, index}));
+      this._place();
+      return true;
+    });
+    this._show();
+  }
+
+  _trackNames(trackType) {
+    const {player} = this._tv;
+    return Array.from({length: Math.max(0, player.getNumOfTracks(trackType))}, (_, index) =>
+      languageName(player.getTrackLanguageCode(trackType, index), `Track ${index + 1}`));
+  }
+
+  _nextAudio() {
+    const next = (this._audioIndex + 1) % this._audio.length;
+    if (this._attempt("This track cannot be selected",
+      ({player}) => player.selectTrack(Lumivex.TrackType.AUDIO, next))) {
+      this._audioIndex = next;
+    }
+    this._show();
+  }
+
+  _nextText() {
+    const next = (this._text + 1) % this._texts.length;
+    const {uri, index} = this._texts[next];
+    if (this._attempt("These subtitles cannot be shown", ({player}) =>
+      uri ? player.setTimedTextSource(uri)
+        : index === undefined || player.selectTrack(Lumivex.TrackType.SUBTITLE, index))) {
+      this._text = next;
+    }
+    this._showCaption("");
+    this._show();
+  }
+
+  _nextSpeed() {
+    const speed = SPEEDS[(SPEEDS.indexOf(this._speed) + 1) % SPEEDS.length];
+    if (this._attempt("This speed is refused", ({player}) => player.setPlaybackSpeed(speed))) {
+      this._speed = speed;
+    }
+    this._show();
+  }
+
+  _setSize(size) {
+    this._size = size;
+    document.body.classList.toggle("full", this.isFull);
+    clearTimeout(this._hintTimer);
+    if (this.isFull) {
+      this._strip("\u2190 \u2192 seek    Enter pauses    Esc returns");
+      this._hintTimer = setTimeout(() => this._strip(""), HINT_TIME);
+    }
+    this._place();
+    this._show();
+  }
+
+  // The video lies above the page, so a text needs a place where there is none.
+  _strip(text) {
+    byId("strip").textContent = text;
+    document.body.classList.toggle("with-strip", text !== "" || this._text > 0);
+    this._place();
+  }
+
+  _showCaption(text) {
+    clearTimeout(this._captionTimer);
+    const shown = this._text > 0 ? text : "";
+    byId("caption").textContent = shown;
+    if (this.isFull) {
+      this._strip(shown);
+    }
+    if (shown) {
+      this._captionTimer = setTimeout(() => this._showCaption(""), CAPTION_TIME);
+    }
+  }
+
+  _place() {
+    const strip = byId("strip").getBoundingClientRect();  // of no height when it is hidden
+    const box = this.isFull
+      ? {x: 0, y: 0, width: innerWidth, height: innerHeight - strip.height}
+      : byId("picture").getBoundingClientRect();
+    const area = {
+      x: Math.round(box.x * devicePixelRatio),
+      y: Math.round(box.y * devicePixelRatio),
+      width: Math.round(box.width * devicePixelRatio),
+      height: Math.round(box.height * devicePixelRatio),
+    };
+    this._attempt("", ({player}) => {
+      if (SIZES[this._size] !== "Boxed" && player.getVideoWidth() > 0) {
+        area.scalingMode = Lumivex.ScalingMode.KEEP_ASPECT;
+      }
+      if (JSON.stringify(area) !== this._area) {
+        this._area = JSON.stringify(area);
+        player.setDisplayArea(area);
+      }
+      return true;
+    });
+  }
+
+  _setPosition(position) {
+    this._position = position;
+    byId("position").textContent = clockText(position);
+    const share = this._duration > 0 ? Math.min(1, position / this._duration) : 0;
+    byId("played").style.width = `${100 * share}%`;
+  }
+
+  _setBuffer(percent) {
+    byId("buffer").style.width = percent < 100 ? `${percent}%` : "0";
+  }
+
+  _show() {
+    byId("play").textContent = this._playing ? "Pause" : "Play";
+    byId("duration").textContent = clockText(this._duration);
+    byId("audio").lastChild.textContent = this._audio[this._audioIndex] || "\u2013";
+    byId("subtitles").lastChild.textContent = this._texts[this._text].name;
+    byId("speed").lastChild.textContent = `${this._speed}\u00d7`;
+    byId("size").lastChild.textContent = SIZES[this._size];
+    byId("audio").disabled = this._audio.length < 2;
+    byId("subtitles").disabled = this._texts.length < 2;
+  }
+}

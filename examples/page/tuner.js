@@ -1,0 +1,114 @@
+// The broadcast side of the page. The tuner has no list of its services, so the page brings one:
+// this is the line-up of the simulated tuner.
+"use strict";
+
+const CHANNELS = [
+  {type: 0, name: "Lumivex One", major: 5, minor: 1, programNum: 1, transportStreamID: 4097},
+  {type: 0, name: "Lumivex News", major: 5, minor: 2, programNum: 2, transportStreamID: 4097},
+  {type: 0, name: "Lumivex Radio", major: 5, minor: 3, programNum: 3, transportStreamID: 4097},
+  {type: 0, name: "Lumivex Arts", major: 9, minor: 1, programNum: 1, transportStreamID: 4098},
+  {type: 0, name: "Lumivex Night", major: 9, minor: 2, programNum: 2, transportStreamID: 4098},
+  {type: 1, name: "Cable Movies", major: 105, minor: 1, programNum: 11, transportStreamID: 8193},
+  {type: 1, name: "Cable Sport", major: 105, minor: 2, programNum: 12, transportStreamID: 8193},
+  {type: 1, name: "Cable Kids", major: 112, minor: 1, programNum: 21, transportStreamID: 8194},
+  {type: 1, name: "Cable Preview", major: 112, minor: 2, programNum: 22, transportStreamID: 8194},
+];
+const TUNE_TIME = 1500;  // without an event by then there is no signal
+
+class TunerPanel {
+  constructor(tv, attempt) {
+    this._attempt = attempt;
+    this._channel = null;
+    this._tuned = false;
+    this._band = 0;
+    for (const band of document.querySelectorAll(".band")) {
+      band.onclick = () => this._showBand(Number(band.dataset.type));
+    }
+    byId("rf-audio").onclick = () => this._nextTrack(Lumivex.TrackType.AUDIO);
+    byId("rf-subtitles").onclick = () => this._nextSubtitle();
+    tv.addEventListener("tuned", () => this._setTuned(true));
+    this._showBand(0);
+    this._showTracks();
+  }
+
+  _showBand(type) {
+    this._band = type;
+    for (const band of document.querySelectorAll(".band")) {
+      band.classList.toggle("chosen", Number(band.dataset.type) === type);
+    }
+    const list = document.querySelector("#channels .list");
+    list.textContent = "";
+    for (const channel of CHANNELS.filter((one) => one.type === type)) {
+      const button = document.createElement("button");
+      button.textContent = `${channel.major}.${channel.minor}  ${channel.name}`;
+      button.classList.toggle("chosen", channel === this._channel);
+      button.onclick = () => this._tune(channel, button);
+      list.append(button);
+    }
+  }
+
+  _tune(channel, button) {
+    const {type, name, ...place} = channel;
+    clearTimeout(this._timer);
+    if (!this._attempt(`${name} is refused`,
+      ({tuner}) => tuner.setChannelType(type) && tuner.tuneRFChannel(place))) {
+      return;
+    }
+    this._channel = channel;
+    this._tuned = false;
+    for (const other of button.parentElement.children) {
+      other.classList.toggle("chosen", other === button);
+    }
+    byId("tuned").textContent = `Tuning to ${name} \u2026`;
+    this._timer = setTimeout(() => this._setTuned(false), TUNE_TIME);
+    this._showTracks();
+  }
+
+  _setTuned(tuned) {
+    clearTimeout(this._timer);
+    this._tuned = tuned;
+    byId("tuned").textContent = `${this._channel.name}${tuned ? "" : ": no signal"}`;
+    this._showTracks();
+  }
+
+  _nextTrack(trackType) {
+    this._attempt("This track cannot be selected", ({tuner}) => tuner.selectRFTrack(
+      trackType, (tuner.getSelectedRFTrack(trackType) + 1) % tuner.getNumOfRFTracks(trackType)));
+    this._showTracks();
+  }
+
+  // Off, then each language in turn.
+  _nextSubtitle() {
+    const {SUBTITLE} = Lumivex.TrackType;
+    this._attempt("These subtitles cannot be shown", ({tuner}) => {
+      const shown = tuner.getRFSubtitleStatus() === true;
+      const next = shown ? tuner.getSelectedRFTrack(SUBTITLE) + 1 : 0;
+      return next === tuner.getNumOfRFTracks(SUBTITLE)
+        ? tuner.setRFSubtitleStatus(false)
+        : tuner.selectRFTrack(SUBTITLE, next) && tuner.setRFSubtitleStatus(true);
+    });
+    this._showTracks();
+  }
+
+  _showTracks() {
+    const {AUDIO, SUBTITLE} = Lumivex.TrackType;
+    let counts = [0, 0];
+    let names = ["\u2013", "\u2013"];
+    if (this._tuned) {
+      this._attempt("", ({tuner}) => {
+        const name = (type) => languageName(
+          tuner.getRFTrackLanguageCode(type, tuner.getSelectedRFTrack(type)), "?");
+        counts = [AUDIO, SUBTITLE].map((type) => tuner.getNumOfRFTracks(type));
+        names = [
+          counts[0] > 0 ? name(AUDIO) : "None",
+          counts[1] <= 0 ? "None" : tuner.getRFSubtitleStatus() === true ? name(SUBTITLE) : "Off",
+        ];
+        return true;
+      });
+    }
+    byId("rf-audio").lastChild.textContent = names[0];
+    byId("rf-subtitles").lastChild.textContent = names[1];
+    byId("rf-audio").disabled = counts[0] < 2;
+    byId("rf-subtitles").disabled = counts[1] < 1;
+  }
+}

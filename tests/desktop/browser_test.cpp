@@ -1,0 +1,287 @@
+// Pages in the real engine, on a virtual screen. What a page can see it checks itself (pages/);
+// here are the pages' verdicts, and what only an onlooker can see: the screen and the processes.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "program.h"
+#include "screen.h"
+#include "wait_until.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr Screen::Color kPage = {0x20, 0x40, 0x80};
+constexpr Screen::Color kBars[] = {{255, 255, 255}, {255, 255, 0}, {0, 255, 255}, {0, 255, 0},
+                                   {255, 0, 255},   {255, 0, 0},   {0, 0, 255}};
+constexpr int kBarCount = 7;
+
+// The middle of each of the clip's colour bars, with the picture in these bounds.
+std::vector<Screen::Spot> Bars(const Screen::Bounds& bounds) {
+  std::vector<Screen::Spot> spots;
+  for (int i = 0; i < kBarCount; ++i) {
+    for (const int share : {1, 10, 50}) {  // percent of the height
+      spots.push_back({bounds.x + bounds.width * (2 * i + 1) / (2 * kBarCount),
+                       bounds.y + bounds.height * share / 100, kBars[i]});
+    }
+  }
+  return spots;
+}
+
+// Points closely around these bounds, which show the page.
+std::vector<Screen::Spot> Around(const Screen::Bounds& bounds) {
+  const int right = bounds.x + bounds.width + 3;
+  const int bottom = bounds.y + bounds.height + 3;
+  const int middle_x = bounds.x + bounds.width / 2;
+  const int middle_y = bounds.y + bounds.height / 2;
+  return {{bounds.x - 4, middle_y, kPage},     {right, middle_y, kPage},
+          {middle_x, bounds.y - 4, kPage},     {middle_x, bottom, kPage},
+          {bounds.x - 4, bounds.y - 4, kPage}, {right, bottom, kPage}};
+}
+
+// The points of a grid over these bounds, which show the page.
+std::vector<Screen::Spot> PageIn(const Screen::Bounds& bounds) {
+  std::vector<Screen::Spot> spots;
+  for (int i = 1; i < 8; ++i) {
+    spots.push_back({bounds.x + bounds.width * i / 8, bounds.y + bounds.height * i / 8, kPage});
+  }
+  return spots;
+}
+
+class Browser : public testing::Test {
+ protected:
+  Browser() {
+    std::string folder = testing::TempDir() + "lumivex-browser.XXXXXX";
+    folder_ = mkdtemp(folder.data());
+    fs::create_directory(folder_ / "steps");
+    fs::copy(LUMIVEX_TEST_PAGES, folder_);
+    fs::copy(LUMIVEX_EXAMPLE_PAGES, folder_);
+  }
+  ~Browser() override {
+    std::error_code error;
+    fs::remove_all(folder_, error);
+  }
+
+  std::string Address(const std::string& page, const std::string& query = "") const {
+    return "file://" + (folder_ / page).string() + "?steps=file://" + (folder_ / "steps").string() +
+           "&media=file://" LUMIVEX_TEST_MEDIA + query;
+  }
+
+  // Lets a page go on that has said "step NAME".
+  void Continue(const std::string& step) const { std::ofstream(folder_ / "steps" / step) << '\n'; }
+
+  // The page's own verdict; the program has ended then.
+  static void ExpectAllOk(Program* program, int status = 0) {
+    const std::string count = program->WaitForLine("done ");
+    EXPECT_EQ(program->WaitForEnd(), status);
+    const std::string output = program->output();
+    EXPECT_EQ(output.find("FAIL"), std::string::npos);
+    EXPECT_GT(std::atoi(count.c_str()), 0);
+    EXPECT_TRUE(program->NothingIsLeft());
+  }
+
+  void ExpectShown(const std::vector<Screen::Spot>& spots) const {
+    EXPECT_TRUE(screen_.Shows(spots)) << screen_.Describe(spots);
+  }
+
+  fs::path folder_;
+  Screen screen_;
+};
+
+TEST_F(Browser, AnswersEveryShapeOfRequest) {
+  Program program({Address("answers.html")});
+  ExpectAllOk(&program);
+}
+
+TEST_F(Browser, RefusesDeniedPrivileges) {
+  Program both({"--deny", "player", "--deny=rf-manager",
+                Address("denied.html", "&denied=player,rf-manager")});
+  ExpectAllOk(&both);
+  Program one({"--deny", "rf-manager", Address("denied.html", "&denied=rf-manager")});
+  ExpectAllOk(&one);
+}
+
+TEST_F(Browser, ClientSendsWhatItsFunctionsSay) {
+  Program program({Address("client.html")});
+  ExpectAllOk(&program);
+}
+
+TEST_F(Browser, PlaysAClipAndTunes) {
+  Program program({Address("playback.html")});
+  ExpectAllOk(&program);
+}
+
+TEST_F(Browser, ShowsThePictureWhereThePageWantsIt) {
+  constexpr Screen::Bounds kWhole = {0, 0, Screen::kWidth, Screen::kHeight};
+  constexpr Screen::Bounds kFirst = {140, 100, 700, 420};
+  constexpr Screen::Bounds kSecond = {900, 400, 840, 480};
+  constexpr Screen::Bounds kThird = {300, 500, 700, 420};
+  constexpr Screen::Bounds kFourth = {100, 253, 700, 393};  // 640 by 360 inside 700 by 700
+  Program program({Address("picture.html")});
+
+  program.WaitForLine("step empty");
+  ExpectShown(PageIn(kWhole));
+  const int windows_before = screen_.CountInnerWindows();
+  Continue("empty");
+
+  Screen::Bounds before = {1, 1, 2, 2};
+  for (const auto& [step, bounds] : {std::pair("first", kFirst), std::pair("second", kSecond),
+                                     std::pair("third", kThird), std::pair("fourth", kFourth)}) {
+    program.WaitForLine(std::string("step ") + step);
+    SCOPED_TRACE(step);
+    ExpectShown(Bars(bounds));
+    ExpectShown(Around(bounds));
+    EXPECT_EQ(screen_.CountInnerWindows(bounds), 1);
+    EXPECT_EQ(screen_.CountInnerWindows(before), 0);
+    before = bounds;
+    Continue(step);
+  }
+
+  program.WaitForLine("step stopped");
+  ExpectShown(PageIn(kFourth));
+  ExpectShown(PageIn(kWhole));
+  EXPECT_EQ(screen_.CountInnerWindows(), windows_before);
+  Continue("stopped");
+  ExpectAllOk(&program);
+}
+
+TEST_F(Browser, ShowsNoPictureWithoutAWindow) {
+  Program program({"--window-id", "none", Address("picture.html")});
+  const auto step = [&](const char* name) {
+    program.WaitForLine(std::string("step ") + name);
+    ExpectShown(PageIn({0, 0, Screen::kWidth, Screen::kHeight}));
+    Continue(name);
+  };
+  for (const char* name : {"empty", "first", "second", "third", "fourth", "stopped"}) {
+    step(name);
+  }
+  ExpectAllOk(&program);
+}
+
+TEST_F(Browser, KeepsTwoElementsApart) {
+  constexpr Screen::Bounds kOne = {100, 200, 700, 420};
+  constexpr Screen::Bounds kOther = {1000, 200, 700, 420};
+  Program program({Address("two.html")});
+
+  program.WaitForLine("step both");
+  ExpectShown(Bars(kOne));
+  ExpectShown(Bars(kOther));
+  ASSERT_EQ(program.PluginProcesses().size(), 1U);
+  const pid_t process = program.PluginProcesses()[0];
+  const std::size_t threads_with_two = Program::Threads(process).size();
+  Continue("both");
+
+  program.WaitForLine("step one");
+  ExpectShown(PageIn(kOne));
+  ExpectShown(Bars(kOther));
+  const std::size_t threads_with_one = Program::Threads(process).size();
+  EXPECT_LT(threads_with_one, threads_with_two);
+  Continue("one");
+
+  program.WaitForLine("step none");
+  ExpectShown(PageIn(kOther));
+  // Of the plug-in, the player and the tuner nothing runs any more; what stays is the engine's.
+  EXPECT_TRUE(WaitUntil(std::chrono::seconds(10), [&] {
+    const std::vector<std::string> left = Program::Threads(process);
+    return std::all_of(left.begin(), left.end(), [](const std::string& name) {
+      return name == "kpp.lumivex" || name.find("ThreadPool") == 0 || name.find("Chrome_") == 0;
+    });
+  })) << testing::PrintToString(Program::Threads(process));
+  Continue("none");
+  ExpectAllOk(&program);
+}
+
+TEST_F(Browser, LeavesNothingBehindAfterTwentyReloads) {
+  Program program({Address("reload.html")});
+  program.WaitForLine("step load-1");
+  ASSERT_EQ(program.PluginProcesses().size(), 1U);
+  const std::size_t threads = Program::Threads(program.PluginProcesses()[0]).size();
+  const int windows = screen_.CountInnerWindows();
+  Continue("load-1");
+
+  program.WaitForLine("step load-21");
+  EXPECT_TRUE(WaitUntil(std::chrono::seconds(15), [&] {
+    const std::vector<pid_t> processes = program.PluginProcesses();
+    // The engine's own pool of threads may have grown a little.
+    return processes.size() == 1 && Program::Threads(processes[0]).size() <= threads + 3;
+  })) << program.PluginProcesses().size();
+  EXPECT_EQ(screen_.CountInnerWindows(), windows);
+  Continue("load-21");
+  ExpectAllOk(&program);
+}
+
+TEST_F(Browser, EndsThePluginWithItsWindow) {
+  Program program({"--log", "debug", Address("close.html")});
+  ExpectAllOk(&program);
+  const std::string errors = program.errors();
+  // The plug-in was destroyed in order, not just cut off.
+  EXPECT_NE(errors.find("Lumivex Pepper destructor end ."), std::string::npos);
+  EXPECT_NE(errors.find("plug-in process: instances 0"), std::string::npos);
+  EXPECT_EQ(errors.find("crashed"), std::string::npos);
+  EXPECT_EQ(errors.find("killed"), std::string::npos);
+}
+
+TEST_F(Browser, TidiesUpAfterASignal) {
+  Program program({Address("crash.html")});
+  program.WaitForLine("step kill");
+  const std::string folder = program.SessionFolder();
+  EXPECT_TRUE(fs::exists(folder)) << folder;
+  program.Signal(SIGTERM);
+  EXPECT_EQ(program.WaitForEnd(), 128 + SIGTERM);
+  EXPECT_FALSE(fs::exists(folder));
+  EXPECT_EQ(program.errors().find("crashed"), std::string::npos);
+  EXPECT_EQ(program.errors().find("killed"), std::string::npos);
+  EXPECT_TRUE(program.NothingIsLeft());
+}
+
+TEST_F(Browser, ReportsACrashInWords) {
+  const struct {
+    int signal;
+    const char* words;
+  } kCases[] = {{SIGSEGV, "crashed (signal 11, Segmentation fault). The last lines of its log:\n["},
+                {SIGABRT, "crashed (signal 6, Aborted). The last lines of its log:\n["},
+                {SIGKILL, "was killed. The last lines of its log:\n["}};
+  for (const auto& [signal, words] : kCases) {
+    SCOPED_TRACE(words);
+    Program program({Address("crash.html")});
+    program.WaitForLine("step kill");
+    ASSERT_EQ(program.PluginProcesses().size(), 1U);
+    const pid_t process = program.PluginProcesses()[0];
+    kill(process, signal);
+    Continue("kill");
+    ExpectAllOk(&program, 4);
+    const std::string errors = program.errors();
+    EXPECT_NE(errors.find("lumivex-desktop: the plug-in's process " + std::to_string(process) +
+                          " " + words),
+              std::string::npos);
+    EXPECT_NE(errors.find("[SetDataSource] url: "), std::string::npos);
+    fs::remove(folder_ / "steps" / "kill");
+  }
+}
+
+TEST_F(Browser, WorksTheExamplePage) {
+  Program program({Address("example.html")});
+  program.WaitForLine("step boxed");
+  EXPECT_EQ(screen_.CountInnerWindows({48, 96, 1136, 640}), 1);
+  Continue("boxed");
+  program.WaitForLine("step full");
+  EXPECT_TRUE(WaitUntil(std::chrono::seconds(10), [&] {
+    // A strip at the bottom is left for the subtitles.
+    return screen_.CountInnerWindows({309, 0, 1301, 976}) == 1;
+  }));
+  Continue("full");
+  program.WaitForLine("step stopped");
+  EXPECT_EQ(screen_.CountInnerWindows({48, 96, 1136, 640}), 0);
+  Continue("stopped");
+  ExpectAllOk(&program);
+}
+
+}  // namespace

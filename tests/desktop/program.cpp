@@ -1,0 +1,209 @@
+#include "program.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <stdexcept>
+
+#include "slurp.h"
+#include "wait_until.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::chrono::seconds kLineLimit{30};
+constexpr std::chrono::seconds kLeftLimit{15};
+
+// The parent of a process; 0 when the process is gone or has ended and waits for its parent.
+pid_t ParentOf(pid_t process) {
+  const std::string stat = Slurp("/proc/" + std::to_string(process) + "/stat");
+  const std::size_t name_end = stat.rfind(") ");
+  if (name_end == std::string::npos || stat[name_end + 2] == 'Z') {
+    return 0;
+  }
+  return std::stoi(stat.substr(name_end + 4));
+}
+
+std::vector<pid_t> Below(pid_t ancestor) {
+  std::map<pid_t, pid_t> parents;
+  for (const auto& entry : fs::directory_iterator("/proc")) {
+    const std::string name = entry.path().filename();
+    if (std::all_of(name.begin(), name.end(), [](unsigned char c) { return std::isdigit(c); })) {
+      parents[std::stoi(name)] = ParentOf(std::stoi(name));
+    }
+  }
+  std::vector<pid_t> below;
+  for (const auto& one : parents) {
+    pid_t process = one.first;
+    while (process > 1 && process != ancestor) {
+      const auto up = parents.find(process);
+      process = up == parents.end() ? 0 : up->second;
+    }
+    if (process == ancestor && one.first != ancestor) {
+      below.push_back(one.first);
+    }
+  }
+  return below;
+}
+
+}  // namespace
+
+Program::Program(const std::vector<std::string>& arguments) {
+  int out[2];
+  int err[2];
+  if (pipe(out) != 0 || pipe(err) != 0) {
+    throw std::runtime_error("no pipe");
+  }
+  std::vector<char*> pointers = {const_cast<char*>(LUMIVEX_DESKTOP)};
+  for (const std::string& argument : arguments) {
+    pointers.push_back(const_cast<char*>(argument.c_str()));
+  }
+  pointers.push_back(nullptr);
+  pid_ = fork();
+  if (pid_ == 0) {
+    dup2(out[1], STDOUT_FILENO);
+    dup2(err[1], STDERR_FILENO);
+    for (const int fd : {out[0], out[1], err[0], err[1]}) {
+      close(fd);
+    }
+    execv(LUMIVEX_DESKTOP, pointers.data());
+    _exit(127);
+  }
+  close(out[1]);
+  close(err[1]);
+  readers_[0] = std::thread([this, fd = out[0]] { Read(fd, &output_); });
+  readers_[1] = std::thread([this, fd = err[0]] { Read(fd, &errors_); });
+}
+
+Program::~Program() {
+  NoteProcesses();
+  WaitForEnd(std::chrono::seconds(0));
+  if (!ended_) {
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+  }
+  for (const pid_t process : noted_) {
+    kill(process, SIGKILL);
+  }
+  for (std::thread& reader : readers_) {
+    reader.join();
+  }
+  if (testing::Test::HasFailure()) {
+    std::fprintf(stderr, "--- output\n%s--- errors\n%s---\n", output_.c_str(), errors_.c_str());
+  }
+}
+
+void Program::Read(int fd, std::string* into) {
+  char part[4096];
+  for (ssize_t length = 0; (length = read(fd, part, sizeof part)) > 0;) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    into->append(part, static_cast<std::size_t>(length));
+  }
+  close(fd);
+  ++read_;
+}
+
+void Program::Signal(int signal) {
+  kill(pid_, signal);
+}
+
+std::string Program::SessionFolder() const {
+  for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(pid_) + "/fd")) {
+    std::error_code error;
+    const fs::path file = fs::read_symlink(entry.path(), error);
+    if (file.parent_path().string().find("/tmp/lumivex-desktop.") == 0) {
+      return file.parent_path();
+    }
+  }
+  return "";
+}
+
+std::string Program::output() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return output_;
+}
+
+std::string Program::errors() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return errors_;
+}
+
+std::string Program::WaitForLine(const std::string& beginning) {
+  std::string rest;
+  const bool came = WaitUntil(kLineLimit, [&] {
+    const std::string text = output();
+    for (std::size_t start = found_; start < text.size();) {
+      const std::size_t end = text.find('\n', start);
+      if (end == std::string::npos) {
+        return false;
+      }
+      if (text.compare(start, beginning.size(), beginning) == 0) {
+        rest = text.substr(start + beginning.size(), end - start - beginning.size());
+        found_ = end + 1;
+        return true;
+      }
+      start = end + 1;
+    }
+    return false;
+  });
+  EXPECT_TRUE(came) << "the page never said \"" << beginning << "\"";
+  NoteProcesses();
+  return rest;
+}
+
+int Program::WaitForEnd(std::chrono::seconds limit) {
+  NoteProcesses();
+  WaitUntil(limit, [this] {
+    ended_ = ended_ || waitpid(pid_, &status_, WNOHANG) == pid_;
+    return ended_;
+  });
+  // What it has written may still be on its way.
+  WaitUntil(std::min<std::chrono::milliseconds>(limit, kLeftLimit), [this] { return read_ == 2; });
+  return ended_ && WIFEXITED(status_) ? WEXITSTATUS(status_) : -1;
+}
+
+void Program::NoteProcesses() {
+  for (const pid_t process : Below(pid_)) {
+    if (std::find(noted_.begin(), noted_.end(), process) == noted_.end()) {
+      noted_.push_back(process);
+    }
+  }
+}
+
+std::vector<pid_t> Program::PluginProcesses() const {
+  std::vector<pid_t> processes;
+  for (const pid_t process : Below(pid_)) {
+    if (Slurp("/proc/" + std::to_string(process) + "/maps").find(LUMIVEX_PLUGIN) !=
+        std::string::npos) {
+      processes.push_back(process);
+    }
+  }
+  return processes;
+}
+
+std::vector<std::string> Program::Threads(pid_t process) {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (const auto& entry :
+       fs::directory_iterator("/proc/" + std::to_string(process) + "/task", error)) {
+    std::string name = Slurp(entry.path() / "comm");
+    names.push_back(name.substr(0, name.find('\n')));
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+bool Program::NothingIsLeft() {
+  return WaitUntil(kLeftLimit, [this] {
+    return std::none_of(noted_.begin(), noted_.end(),
+                        [](pid_t process) { return ParentOf(process) != 0; });
+  });
+}

@@ -1,0 +1,16 @@
+#ifndef TESTS_DESKTOP_SLURP_H_
+#define TESTS_DESKTOP_SLURP_H_
+
+#include <fstream>
+#include <sstream>
+#include <string>
+
+// All that a file holds; nothing when it cannot be read.
+inline std::string Slurp(const std::string& file) {
+  const std::ifstream stream(file, std::ios::binary);
+  std::ostringstream text;
+  text << stream.rdbuf();
+  return text.str();
+}
+
+#endif  // TESTS_DESKTOP_SLURP_H_

@@ -1,0 +1,20 @@
+#ifndef TESTS_DESKTOP_WAIT_UNTIL_H_
+#define TESTS_DESKTOP_WAIT_UNTIL_H_
+
+#include <chrono>
+#include <thread>
+
+// Asks until the answer is true or the time has run out; the last answer.
+template <typename Condition>
+bool WaitUntil(std::chrono::milliseconds limit, Condition condition) {
+  const auto end = std::chrono::steady_clock::now() + limit;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() >= end) {
+      return false;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return true;
+}
+
+#endif  // TESTS_DESKTOP_WAIT_UNTIL_H_
