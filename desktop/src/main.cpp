@@ -38,7 +38,7 @@ void SayNoScreen() {
                                 : "DISPLAY is " + std::string(display) + ", which does not answer";
   std::fprintf(stderr,
                "lumivex-desktop: there is no X11 screen to open a window on (%s).\n"
-               "With a virtual one (Debian package xvfb):\n"
+               "With a virtual one (Debian packages xvfb and xauth):\n"
                "  xvfb-run -s \"-screen 0 1920x1080x24\" lumivex-desktop --screenshot page.png\n",
                which.c_str());
 }
