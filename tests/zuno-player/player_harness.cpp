@@ -10,6 +10,12 @@
 
 namespace {
 
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+
 template <typename Container, typename Predicate>
 Container Filter(const Container& all, Predicate keep) {
   Container kept;
@@ -26,11 +32,11 @@ bool IsError(int id) {
 }
 
 milliseconds Patience(int msec) {
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-  return milliseconds(msec * 3);
-#else
-  return milliseconds(msec);
-#endif
+  return milliseconds(msec * (kSanitized ? 3 : 1));
+}
+
+int Slack(int msec) {
+  return msec * (kSanitized ? 5 : 1);
 }
 
 std::string Media(const std::string& name) {
@@ -58,6 +64,11 @@ std::string WriteFile(const std::string& name, const std::string& contents) {
 
 void SleepFor(int msec) {
   std::this_thread::sleep_for(milliseconds(msec));
+}
+
+int MillisecondsSince(TestClock::time_point begin) {
+  return static_cast<int>(
+      std::chrono::duration_cast<milliseconds>(TestClock::now() - begin).count());
 }
 
 int Recorder::OnMessage(int id, void* param, void* user_data) {

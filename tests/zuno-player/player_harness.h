@@ -27,6 +27,8 @@ using std::chrono::milliseconds;
 
 // Waits are longer when a sanitizer slows everything down.
 milliseconds Patience(int msec);
+// So much may a time be off; more with a sanitizer, whose builds are no measure of time.
+int Slack(int msec);
 
 // A file that make-media.sh made.
 std::string Media(const std::string& name);
@@ -112,5 +114,6 @@ struct Rig {
 };
 
 void SleepFor(int msec);
+int MillisecondsSince(TestClock::time_point begin);
 
 #endif  // TESTS_ZUNO_PLAYER_PLAYER_HARNESS_H_

@@ -30,25 +30,25 @@ TEST(TimedText, ArrivesAtItsTime) {
       const int expected = i == 0 ? 1000 : 3000;
       EXPECT_EQ(kCues[i], notes[i].text);
       EXPECT_TRUE(notes[i].has_record);
-      EXPECT_NEAR(expected, positions[i], 200);
+      EXPECT_NEAR(expected, positions[i], Slack(200));
       const std::chrono::duration<double, std::milli> after = notes[i].time - begin;
-      EXPECT_NEAR(expected, after.count(), 200);
+      EXPECT_NEAR(expected, after.count(), Slack(200));
     }
 
     // Faster: the next cue is 3 s of the medium away.
     ASSERT_TRUE(rig.player->SetPlaySpeed(3.0F));
     ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 3, Patience(2000)));
-    EXPECT_NEAR(6000, positions[2], 300);
+    EXPECT_NEAR(6000, positions[2], Slack(300));
     ASSERT_TRUE(rig.player->SetPlaySpeed(1.0F));
 
     // Paused before a cue, it waits.
-    ASSERT_TRUE(rig.player->Seek(12700));
+    ASSERT_TRUE(rig.player->Seek(12300));
     ASSERT_TRUE(rig.player->Pause());
     SleepFor(600);
     EXPECT_EQ(3U, rig.recorder.Texts().size());
     ASSERT_TRUE(rig.player->Resume());
-    ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 4, Patience(1000)));
-    EXPECT_NEAR(13000, positions[3], 200);
+    ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 4, Patience(2000)));
+    EXPECT_NEAR(13000, positions[3], Slack(200));
     EXPECT_EQ(kCues, rig.recorder.Texts());
     rig.player.reset();
   }
@@ -74,9 +74,13 @@ TEST(TimedText, FollowsSeeks) {
     }
     for (const Row& row : rows) {
       SCOPED_TRACE(std::to_string(row.target) + (paused ? " paused" : " playing"));
+      if (!paused && row.at_once.empty()) {
+        continue;  // soon the next cue's time has come
+      }
       rig.recorder.Clear();
       ASSERT_TRUE(rig.player->Seek(row.target));
-      SleepFor(200);
+      rig.recorder.WaitFor(kTimedText, row.at_once.size(), Patience(500));
+      SleepFor(100);
       EXPECT_EQ(row.at_once, rig.recorder.Texts());
     }
   }

@@ -50,6 +50,13 @@ std::optional<TrackKind> KindOf(int stream_type) {
   }
 }
 
+// Nothing when the medium has no such track.
+std::optional<TrackKind> KindOfTrack(const Pipeline& pipeline, int stream_type, int index) {
+  const std::optional<TrackKind> kind = KindOf(stream_type);
+  const bool exists = kind && index >= 0 && index < pipeline.TrackCount(*kind);
+  return exists ? kind : std::nullopt;
+}
+
 Message MessageOfError(const handover::Error& error, bool network, bool from_source) {
   // A source that cannot reach its server may say no more than that its stream has failed.
   if (network && from_source) {
@@ -439,8 +446,8 @@ bool Engine::SelectTrack(int stream_type, int index) {
   if (stream_type == kStreamTimedText) {
     return cues_.loaded() && index == 0;
   }
-  const std::optional<TrackKind> kind = KindOf(stream_type);
-  if (!kind || index < 0 || index >= pipeline_->TrackCount(*kind)) {
+  const std::optional<TrackKind> kind = KindOfTrack(*pipeline_, stream_type, index);
+  if (!kind) {
     return false;
   }
   pipeline_->SelectTrack(*kind, index);
@@ -464,8 +471,8 @@ bool Engine::DescribeTrack(int stream_type,
     *description = cue_title_;
     return cues_.loaded() && index == 0;
   }
-  const std::optional<TrackKind> kind = KindOf(stream_type);
-  if (!kind || index < 0 || index >= pipeline_->TrackCount(*kind)) {
+  const std::optional<TrackKind> kind = KindOfTrack(*pipeline_, stream_type, index);
+  if (!kind) {
     return false;
   }
   pipeline_->DescribeTrack(*kind, index, language, description);
