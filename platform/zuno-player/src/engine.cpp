@@ -22,8 +22,7 @@ constexpr milliseconds kTextInterval(50);
 constexpr milliseconds kCueIntervalMin(5);
 constexpr milliseconds kCueIntervalMax(250);
 constexpr milliseconds kBusInterval(20);
-constexpr milliseconds kOpenNetworkLimit(10000);
-constexpr milliseconds kOpenFileLimit(5000);
+constexpr milliseconds kOpenLimit(10000);
 constexpr milliseconds kSeekLimit(5000);
 constexpr milliseconds kPauseLimit(1000);
 constexpr milliseconds kFetchLimit(5000);
@@ -226,8 +225,8 @@ bool Engine::OpenSource(Lock* lock, unsigned int offset_ms) {
     return false;
   }
   const bool network = pipeline_->IsNetwork();
-  const milliseconds limit = network ? kOpenNetworkLimit : kOpenFileLimit;
-  const bool opened = WaitUntilSettled(lock, pipeline_->Pause() ? limit : milliseconds::zero());
+  const bool opened =
+      WaitUntilSettled(lock, pipeline_->Pause() ? kOpenLimit : milliseconds::zero());
   if (pipeline_ == nullptr) {
     return false;  // an error was on the bus and has been reported
   }

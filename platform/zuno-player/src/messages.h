@@ -20,7 +20,7 @@
 //        ready 10 s after InitPlayer, or a buffering period makes no
 //        progress for 10 s
 //   182  the data is no medium that can be read, or is damaged; also      error 4
-//        when a local file is not ready 5 s after InitPlayer
+//        when a local file is not ready 10 s after InitPlayer
 //   183  no decoder is installed for the medium                           error 5
 //   184  a decoder failed                                                 error 6
 //    68  the medium is encrypted                                          error 8
