@@ -131,9 +131,8 @@ std::unique_ptr<Page> Browser::CreatePage(const Attributes& attributes,
     names.push_back(name.c_str());
     values.push_back(value.c_str());
   }
-  const PP_Instance instance = runtime_->AddPage(std::move(on_event));
-  const std::shared_ptr<PageState> state = runtime_->Pages().back();
-  if (runtime_->plugin_instance->DidCreate(instance, static_cast<uint32_t>(names.size()),
+  const std::shared_ptr<PageState> state = runtime_->AddPage(std::move(on_event));
+  if (runtime_->plugin_instance->DidCreate(state->instance(), static_cast<uint32_t>(names.size()),
                                            names.data(), values.data()) != PP_TRUE) {
     // The plug-in has no instance then, so that DidDestroy would be one too many.
     state->SetClosed();

@@ -140,9 +140,12 @@ PP_Resource LoopTable::Create() {
   const std::lock_guard<std::mutex> lock(mutex_);
   const auto loop = std::make_shared<Loop>();
   entries_[++last_] = {loop, 1, false};
-  all_.erase(std::remove_if(all_.begin(), all_.end(),
-                            [](const std::weak_ptr<Loop>& weak) { return weak.expired(); }),
-             all_.end());
+  if (all_.size() == all_.capacity()) {  // so seldom that the number of loops does not matter
+    all_.erase(std::remove_if(all_.begin(), all_.end(),
+                              [](const std::weak_ptr<Loop>& weak) { return weak.expired(); }),
+               all_.end());
+    all_.reserve(2 * (all_.size() + 1));
+  }
   all_.push_back(loop);
   return last_;
 }

@@ -176,8 +176,8 @@ void PageState::Forget(const std::shared_ptr<Call>& call) {
 
 bool PageState::AddEvent(Json event) {
   {
-    const std::lock_guard<std::mutex> events_lock(events_mutex_);
-    if (!IsOpen()) {
+    const std::lock_guard<std::mutex> lock(events_mutex_);
+    if (!open_) {
       ++dropped_events_;
       return false;
     }
@@ -193,7 +193,7 @@ bool PageState::AddEvent(Json event) {
 
 std::optional<Json> PageState::TakeEvent(std::chrono::milliseconds timeout) {
   std::unique_lock<std::mutex> lock(events_mutex_);
-  event_came_.wait_for(lock, timeout, [this] { return !events_.empty() || !IsOpen(); });
+  event_came_.wait_for(lock, timeout, [this] { return !events_.empty() || !open_; });
   if (events_.empty()) {
     return std::nullopt;
   }

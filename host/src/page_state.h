@@ -90,8 +90,8 @@ class PageState {
   std::atomic<int64_t> dropped_events_{0};
 
   mutable std::mutex mutex_;
+  bool open_ = true;  // written under mutex_ and events_mutex_, so that either is enough to read
   // Guarded by mutex_.
-  bool open_ = true;
   std::shared_ptr<Registration> handler_;
   std::unordered_set<std::shared_ptr<Call>> calls_;
 

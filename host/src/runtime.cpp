@@ -10,8 +10,6 @@ namespace lumivex::host {
 
 namespace {
 
-std::atomic<Runtime*> current{nullptr};
-
 [[noreturn]] void Abort(const char* function, const char* problem) {
   std::fprintf(stderr, "%s: %s\n", function, problem);
   std::abort();
@@ -25,19 +23,15 @@ Runtime::Runtime(Browser::Options options_given)
                            ? options.extension_system
                            : std::make_shared<ExtensionSystem>(options.extension_answers)) {}
 
-Runtime* Runtime::Current() {
-  return current.load(std::memory_order_acquire);
-}
-
 void Runtime::Serve() {
   Runtime* none = nullptr;
-  if (!current.compare_exchange_strong(none, this)) {
+  if (!current_.compare_exchange_strong(none, this)) {
     Abort("Browser", "another browser is alive in this process");
   }
 }
 
 void Runtime::StopServing() {
-  current.store(nullptr, std::memory_order_release);
+  current_.store(nullptr, std::memory_order_release);
 }
 
 void Runtime::RequireMainThread(const char* function) const {
@@ -52,11 +46,11 @@ void Runtime::ExpectMainThread(const char* function) {
   }
 }
 
-PP_Instance Runtime::AddPage(Browser::EventCallback on_event) {
+std::shared_ptr<PageState> Runtime::AddPage(Browser::EventCallback on_event) {
   const std::lock_guard<std::mutex> lock(pages_mutex_);
   const auto instance = static_cast<PP_Instance>(pages_.size() + 1);
   pages_.push_back(std::make_shared<PageState>(instance, std::move(on_event)));
-  return instance;
+  return pages_.back();
 }
 
 PageState* Runtime::FindPage(PP_Instance instance) const {

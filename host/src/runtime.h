@@ -27,7 +27,7 @@ class Runtime {
   explicit Runtime(Browser::Options options);
 
   // The one that the tables serve now; null between two browsers.
-  static Runtime* Current();
+  static Runtime* Current() { return current_.load(std::memory_order_acquire); }
   void Serve();  // aborts when another one is served
   void StopServing();
 
@@ -36,7 +36,7 @@ class Runtime {
   // For functions of the plug-in's side: records a defect there.
   void ExpectMainThread(const char* function);
 
-  PP_Instance AddPage(Browser::EventCallback on_event);
+  std::shared_ptr<PageState> AddPage(Browser::EventCallback on_event);
   PageState* FindPage(PP_Instance instance) const;
   std::vector<std::shared_ptr<PageState>> Pages() const;
   // Main thread; see Page::Close.
@@ -62,6 +62,8 @@ class Runtime {
   std::vector<SyncCall> sync_calls;
 
  private:
+  inline static std::atomic<Runtime*> current_{nullptr};
+
   mutable std::mutex pages_mutex_;
   std::vector<std::shared_ptr<PageState>>
       pages_;  // guarded by pages_mutex_; instance - 1 is the place

@@ -1,12 +1,26 @@
 #include "utf8.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 namespace lumivex::host {
 
 bool IsUtf8(std::string_view text) {
   const auto byte = [&text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
   for (std::size_t i = 0; i < text.size();) {
+    // Most texts are ASCII: eight bytes at a time.
+    std::uint64_t eight = 0;
+    while (text.size() - i >= sizeof eight) {
+      std::memcpy(&eight, text.data() + i, sizeof eight);
+      if ((eight & 0x8080808080808080U) != 0) {
+        break;
+      }
+      i += sizeof eight;
+    }
+    if (i == text.size()) {
+      break;
+    }
     const unsigned char lead = byte(i);
     std::size_t length = 0;
     // The second byte is what tells overlong forms, surrogates and the range's end.

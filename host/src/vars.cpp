@@ -37,6 +37,11 @@ constexpr State Unpack(uint64_t word) {
           static_cast<uint32_t>(word)};
 }
 
+// The head of the list of free slots after one more change.
+constexpr uint64_t NextHead(uint64_t head, uint32_t first) {
+  return (((head >> 32) + 1) << 32) | first;
+}
+
 uint32_t GenerationOf(PP_Var var) {
   return static_cast<uint32_t>(static_cast<uint64_t>(var.value.as_id) >> 32);
 }
@@ -115,6 +120,16 @@ struct VarTable::Body {
                         [&key](const Entry& entry) { return entry.key == key; });
   }
 
+  // Needs the mutex, or that nobody else knows of the body yet.
+  void AddEntry(std::string key, PP_Var value) {
+    if (entries.empty()) {
+      entries.reserve(kUsualEntries);
+    }
+    entries.push_back({std::move(key), value});
+  }
+
+  static constexpr std::size_t kUsualEntries = 4;  // of a reply, and of most events
+
   const PP_VarType type;
   std::string text;             // of a string; never changes
   std::atomic<int> holders{0};  // containers that hold this one
@@ -125,7 +140,8 @@ struct VarTable::Body {
 
 struct VarTable::Slot {
   std::atomic<uint64_t> state{Pack({1, PP_VARTYPE_UNDEFINED, 0})};
-  std::unique_ptr<Body> body;  // reached only by who holds a reference
+  std::unique_ptr<Body> body;          // reached only by who holds a reference
+  std::atomic<uint32_t> next_free{0};  // index + 1, while this one is free; 0: there is none
 };
 
 struct VarTable::Chunk {
@@ -174,33 +190,53 @@ VarTable::~VarTable() {
   }
 }
 
-PP_Var VarTable::Add(std::unique_ptr<Body> body) {
-  uint32_t index = 0;
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (!free_.empty()) {
-      index = free_.back();
-      free_.pop_back();
-    } else {
-      if (slots_ == kChunks * kSlotsPerChunk) {
-        defects_->Record("too many vars live at once");
-        return NullVar();
-      }
-      index = slots_++;
-      if (index % kSlotsPerChunk == 0) {
-        chunks_[index / kSlotsPerChunk].store(new Chunk, std::memory_order_release);
-      }
+bool VarTable::TakeFreeSlot(uint32_t* index) {
+  uint64_t head = free_.load(std::memory_order_acquire);
+  while (static_cast<uint32_t>(head) != 0) {
+    const uint32_t first = static_cast<uint32_t>(head) - 1;
+    const uint32_t next = SlotAt(first).next_free.load(std::memory_order_relaxed);
+    if (free_.compare_exchange_weak(head, NextHead(head, next), std::memory_order_acquire)) {
+      *index = first;
+      return true;
     }
   }
-  live_.fetch_add(1, std::memory_order_relaxed);
-  Slot& slot = chunks_[index / kSlotsPerChunk]
-                   .load(std::memory_order_acquire)
-                   ->slots[index % kSlotsPerChunk];
+  return false;
+}
+
+void VarTable::Recycle(PP_Var var) {
+  std::atomic<uint32_t>& next = SlotAt(IndexOf(var)).next_free;
+  uint64_t head = free_.load(std::memory_order_relaxed);
+  do {
+    next.store(static_cast<uint32_t>(head), std::memory_order_relaxed);
+  } while (!free_.compare_exchange_weak(head, NextHead(head, IndexOf(var) + 1),
+                                        std::memory_order_release, std::memory_order_relaxed));
+}
+
+PP_Var VarTable::Add(std::unique_ptr<Body> body) {
+  uint32_t index = 0;
+  if (!TakeFreeSlot(&index)) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (slots_ == kChunks * kSlotsPerChunk) {
+      defects_->Record("too many vars live at once");
+      return NullVar();
+    }
+    index = slots_++;
+    if (index % kSlotsPerChunk == 0) {
+      chunks_[index / kSlotsPerChunk].store(new Chunk, std::memory_order_release);
+    }
+  }
+  Slot& slot = SlotAt(index);
   const uint32_t generation = Unpack(slot.state.load(std::memory_order_relaxed)).generation;
   const PP_VarType type = body->type;
   slot.body = std::move(body);
   slot.state.store(Pack({generation, type, 1}), std::memory_order_release);
   return CountedVar(type, generation, index);
+}
+
+VarTable::Slot& VarTable::SlotAt(uint32_t index) const {
+  return chunks_[index / kSlotsPerChunk]
+      .load(std::memory_order_acquire)
+      ->slots[index % kSlotsPerChunk];
 }
 
 VarTable::Slot* VarTable::Find(PP_Var var) const {
@@ -213,11 +249,7 @@ VarTable::Slot* VarTable::Find(PP_Var var) const {
 }
 
 VarTable::Body& VarTable::BodyOf(PP_Var var) const {
-  const uint32_t index = IndexOf(var);
-  return *chunks_[index / kSlotsPerChunk]
-              .load(std::memory_order_acquire)
-              ->slots[index % kSlotsPerChunk]
-              .body;
+  return *SlotAt(IndexOf(var)).body;
 }
 
 bool VarTable::TryAddRef(PP_Var var) {
@@ -260,12 +292,6 @@ std::unique_ptr<VarTable::Body> VarTable::DropReference(PP_Var var, bool* known)
   }
 }
 
-void VarTable::Recycle(PP_Var var) {
-  live_.fetch_sub(1, std::memory_order_relaxed);
-  const std::lock_guard<std::mutex> lock(mutex_);
-  free_.push_back(IndexOf(var));
-}
-
 void VarTable::AddRef(PP_Var var) {
   if (IsCounted(var) && !TryAddRef(var)) {
     RecordMisuse("AddRef", var, "does not live");
@@ -286,27 +312,30 @@ void VarTable::Release(PP_Var var) {
   }
   Recycle(var);
   // A list of its own instead of recursion: containers can be nested deeper than the stack is.
-  std::vector<PP_Var> dropped;
-  const auto drop_children = [&dropped](Body* dead) {
-    for (const Entry& entry : dead->entries) {
-      dropped.push_back(entry.value);
-    }
-    dropped.insert(dropped.end(), dead->items.begin(), dead->items.end());
-  };
-  drop_children(body.get());
-  while (!dropped.empty()) {
-    const PP_Var child = dropped.back();
-    dropped.pop_back();
-    if (!IsCounted(child)) {
-      continue;
-    }
+  std::vector<PP_Var> containers;
+  const auto drop_child = [this, &containers](PP_Var child) {
+    bool lived = false;
     if (IsContainer(child)) {
-      BodyOf(child).holders.fetch_sub(1, std::memory_order_relaxed);
+      containers.push_back(child);
+    } else if (IsCounted(child) && DropReference(child, &lived) != nullptr) {
+      Recycle(child);
     }
+  };
+  const auto drop_children = [&drop_child](const Body& dead) {
+    for (const Entry& entry : dead.entries) {
+      drop_child(entry.value);
+    }
+    std::for_each(dead.items.begin(), dead.items.end(), drop_child);
+  };
+  drop_children(*body);
+  while (!containers.empty()) {
+    const PP_Var child = containers.back();
+    containers.pop_back();
+    BodyOf(child).holders.fetch_sub(1, std::memory_order_relaxed);
     body = DropReference(child, &known);
     if (body != nullptr) {
       Recycle(child);
-      drop_children(body.get());
+      drop_children(*body);
     }
   }
 }
@@ -389,6 +418,7 @@ bool VarTable::AdmitChild(const char* operation, PP_Var container, const Body& b
 VarTable::Children VarTable::ChildrenOf(Body* container) {
   Children children;
   const std::lock_guard<std::mutex> lock(container->mutex);
+  children.keys.reserve(container->entries.size());
   children.values.reserve(container->entries.size() + container->items.size());
   for (const Entry& entry : container->entries) {
     AddRef(entry.value);
@@ -441,7 +471,7 @@ bool VarTable::DictionarySet(PP_Var dictionary, PP_Var key, PP_Var value) {
     const std::lock_guard<std::mutex> lock(body->mutex);
     const auto entry = body->FindEntry(name->text);
     if (entry == body->entries.end()) {
-      body->entries.push_back({name->text, value});
+      body->AddEntry(name->text, value);
     } else {
       replaced = std::exchange(entry->value, value);
     }
@@ -594,7 +624,7 @@ PP_Var VarTable::MakeVar(const Json& value) {
       auto body = std::make_unique<Body>(PP_VARTYPE_DICTIONARY);
       for (const auto& [key, member] : value.items()) {
         if (IsUtf8(key)) {
-          body->entries.push_back({key, MakeChild(member)});
+          body->AddEntry(key, MakeChild(member));
         }
       }
       return Add(std::move(body));
@@ -656,19 +686,30 @@ bool VarTable::ToJson(PP_Var var, int depth, Json* json) {
     return false;
   }
   Children children = ChildrenOf(&*body);
-  *json = var.type == PP_VARTYPE_ARRAY ? Json::array() : Json::object();
-  for (std::size_t i = 0; i < children.values.size(); ++i) {
+  const std::size_t count = children.values.size();
+  if (var.type == PP_VARTYPE_ARRAY) {
+    Json::array_t items(count);
+    for (std::size_t i = 0; i < count; ++i) {
+      if (!ToJson(children.values[i].get(), depth + 1, &items[i])) {
+        return false;
+      }
+    }
+    *json = std::move(items);
+    return true;
+  }
+  Json::object_t members;
+  members.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) {
     const PP_Var value = children.values[i].get();
-    Json child;
-    if (!ToJson(value, depth + 1, &child)) {
+    if (value.type == PP_VARTYPE_UNDEFINED) {
+      continue;
+    }
+    members.emplace_back(std::move(children.keys[i]), nullptr);
+    if (!ToJson(value, depth + 1, &members.back().second)) {
       return false;
     }
-    if (var.type == PP_VARTYPE_ARRAY) {
-      json->push_back(std::move(child));
-    } else if (value.type != PP_VARTYPE_UNDEFINED) {
-      json->get_ref<Json::object_t&>().emplace_back(std::move(children.keys[i]), std::move(child));
-    }
   }
+  *json = std::move(members);
   return true;
 }
 
@@ -711,10 +752,20 @@ std::optional<PP_Var> VarTable::DeepCopy(PP_Var var, int depth) {
     if (var.type == PP_VARTYPE_ARRAY) {
       copied.items.push_back(*child);
     } else {
-      copied.entries.push_back({std::move(children.keys[i]), *child});
+      copied.AddEntry(std::move(children.keys[i]), *child);
     }
   }
   return copy.Detach();
+}
+
+int64_t VarTable::Live() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  int64_t live = 0;
+  for (uint32_t index = 0; index < slots_; ++index) {
+    const uint64_t word = SlotAt(index).state.load(std::memory_order_relaxed);
+    live += Unpack(word).references > 0 ? 1 : 0;
+  }
+  return live;
 }
 
 std::vector<std::string> VarTable::DescribeLive() {

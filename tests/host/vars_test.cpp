@@ -20,13 +20,23 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 class VarsTest : public testing::Test {
  protected:
-  PP_Var Text(const std::string& text) {
+  // Everything is given back in the end, and nothing else lives then.
+  void TearDown() override {
+    for (const PP_Var& var : owned_) {
+      Release(var);
+    }
+    EXPECT_EQ(browser_.LiveVars(), 0);
+    EXPECT_EQ(browser_.Defects().size(), defects_);
+  }
+
+  PP_Var Own(PP_Var var) { return owned_.emplace_back(var); }
+  PP_Var NewText(const std::string& text) {
     return tables_.var.VarFromUtf8(text.data(), static_cast<uint32_t>(text.size()));
   }
+  PP_Var Text(const std::string& text) { return Own(NewText(text)); }
   std::string TextOf(PP_Var var) {
     uint32_t length = 99;
     const char* const text = tables_.var.VarToUtf8(var, &length);
@@ -36,6 +46,8 @@ class VarsTest : public testing::Test {
 
   Browser browser_;
   Tables tables_;
+  std::vector<PP_Var> owned_;
+  std::size_t defects_ = 0;  // that a test provokes
 };
 
 TEST_F(VarsTest, TextIsKeptOrRefused) {
@@ -64,17 +76,14 @@ TEST_F(VarsTest, TextIsKeptOrRefused) {
     if (c.utf8) {
       EXPECT_EQ(TextOf(var), c.text) << c.what;
     }
-    Release(var);
   }
-  EXPECT_EQ(browser_.LiveVars(), 0);
-  EXPECT_THAT(browser_.Defects(), IsEmpty());
 }
 
 TEST_F(VarsTest, ContainersHoldReferencesAndKeepOrder) {
-  const PP_Var dictionary = tables_.dictionary.Create();
+  const PP_Var dictionary = Own(tables_.dictionary.Create());
   const PP_Var array = tables_.array.Create();
-  const PP_Var z = Text("z");
-  const PP_Var a = Text("a");
+  const PP_Var z = NewText("z");
+  const PP_Var a = NewText("a");
   EXPECT_TRUE(tables_.dictionary.Set(dictionary, z, array));
   EXPECT_TRUE(tables_.dictionary.Set(dictionary, a, IntVar(1)));
   EXPECT_TRUE(tables_.dictionary.Set(dictionary, a, a));  // replaces, keeps its place
@@ -85,10 +94,10 @@ TEST_F(VarsTest, ContainersHoldReferencesAndKeepOrder) {
   EXPECT_EQ(browser_.vars().ToJson(dictionary),
             Json::parse(R"({"a": "a", "z": [null, null, "z"]})"));
 
-  const PP_Var keys = tables_.dictionary.GetKeys(dictionary);
+  const PP_Var keys = Own(tables_.dictionary.GetKeys(dictionary));
   EXPECT_EQ(browser_.vars().ToJson(keys), Json::parse(R"(["z", "a"])"));
-  const PP_Var key = tables_.array.Get(keys, 0);
-  const PP_Var got = tables_.dictionary.Get(dictionary, key);
+  const PP_Var key = Own(tables_.array.Get(keys, 0));
+  const PP_Var got = Own(tables_.dictionary.Get(dictionary, key));
   EXPECT_EQ(got.value.as_id, array.value.as_id);
   EXPECT_EQ(tables_.array.GetLength(got), 3U);
   EXPECT_TRUE(tables_.array.SetLength(got, 2));
@@ -97,20 +106,13 @@ TEST_F(VarsTest, ContainersHoldReferencesAndKeepOrder) {
   tables_.dictionary.Delete(dictionary, key);
   EXPECT_FALSE(tables_.dictionary.HasKey(dictionary, key));
   EXPECT_EQ(tables_.dictionary.Get(dictionary, key).type, PP_VARTYPE_UNDEFINED);
-
-  Release(got);
-  Release(key);
-  Release(keys);
-  Release(dictionary);
-  EXPECT_EQ(browser_.LiveVars(), 0);
-  EXPECT_THAT(browser_.Defects(), IsEmpty());
 }
 
 TEST_F(VarsTest, MisuseIsRecordedAndHarmless) {
-  const PP_Var dictionary = tables_.dictionary.Create();
-  const PP_Var array = tables_.array.Create();
+  const PP_Var dictionary = Own(tables_.dictionary.Create());
+  const PP_Var array = Own(tables_.array.Create());
   const PP_Var text = Text("text");
-  const PP_Var dead = Text("dead");
+  const PP_Var dead = NewText("dead");
   Release(dead);
   const PP_Var reused = Text("in the place of the dead one");
   PP_Var unknown = text;
@@ -151,27 +153,21 @@ TEST_F(VarsTest, MisuseIsRecordedAndHarmless) {
       {[&] { EXPECT_EQ(tables_.array.Get(dictionary, 0).type, PP_VARTYPE_UNDEFINED); },
        "Array.Get"},
   };
-  std::size_t defects = 0;
   for (const auto& c : kCases) {
     c.misuse();
-    ASSERT_EQ(browser_.Defects().size(), ++defects) << c.recorded;
+    ASSERT_EQ(browser_.Defects().size(), ++defects_) << c.recorded;
     EXPECT_THAT(browser_.Defects().back(), HasSubstr(c.recorded));
   }
 
   // Values without a count are nobody's mistake, and nothing above cost a reference.
   Release(IntVar(1));
   tables_.var.AddRef(UndefinedVar());
-  EXPECT_EQ(browser_.Defects().size(), defects);
   EXPECT_EQ(TextOf(reused), "in the place of the dead one");
-  for (const PP_Var& var : {dictionary, array, text, reused}) {
-    Release(var);
-  }
-  EXPECT_EQ(browser_.LiveVars(), 0);
 }
 
 TEST_F(VarsTest, ContainersCannotHoldThemselves) {
-  const PP_Var outer = tables_.array.Create();
-  const PP_Var inner = tables_.dictionary.Create();
+  const PP_Var outer = Own(tables_.array.Create());
+  const PP_Var inner = Own(tables_.dictionary.Create());
   const PP_Var key = Text("key");
   EXPECT_FALSE(tables_.array.Set(outer, 0, outer));
   EXPECT_TRUE(tables_.array.Set(outer, 0, inner));
@@ -181,10 +177,7 @@ TEST_F(VarsTest, ContainersCannotHoldThemselves) {
   EXPECT_EQ(browser_.vars().ToJson(outer), Json::parse("[{}, {}]"));
   tables_.array.SetLength(outer, 0);
   EXPECT_TRUE(tables_.dictionary.Set(inner, key, outer));  // and now it may be the other way round
-  for (const PP_Var& var : {outer, inner, key}) {
-    Release(var);
-  }
-  EXPECT_EQ(browser_.LiveVars(), 0);
+  defects_ = 2;
 }
 
 TEST_F(VarsTest, DeepNestingNeitherPassesNorOverflows) {
@@ -196,7 +189,7 @@ TEST_F(VarsTest, DeepNestingNeitherPassesNorOverflows) {
       Release(var);
       var = outer;
     }
-    return var;
+    return Own(var);
   };
   const PP_Var most = nested(kMaxDepth);
   const PP_Var more = nested(kMaxDepth + 1);
@@ -209,11 +202,9 @@ TEST_F(VarsTest, DeepNestingNeitherPassesNorOverflows) {
   const std::optional<PP_Var> back =
       browser_.vars().FromJson(browser_.vars().ToJson(most).value_or(Json()));
   ASSERT_TRUE(back);
+  Own(*back);
   EXPECT_FALSE(browser_.vars().FromJson(Json::array({*browser_.vars().ToJson(most)})));
-  for (const PP_Var& var : {most, more, many, *back}) {
-    Release(var);
-  }
-  EXPECT_EQ(browser_.LiveVars(), 0);
+  defects_ = 2;
 }
 
 TEST_F(VarsTest, NumbersAreConvertedAsAPageDoes) {
@@ -246,8 +237,8 @@ TEST_F(VarsTest, NumbersAreConvertedAsAPageDoes) {
 }
 
 TEST_F(VarsTest, JsonOfAVarIsWhatAPageSees) {
-  const PP_Var dictionary = tables_.dictionary.Create();
-  const PP_Var array = tables_.array.Create();
+  const PP_Var dictionary = Own(tables_.dictionary.Create());
+  const PP_Var array = Own(tables_.array.Create());
   const PP_Var text = Text("text \xe2\x82\xac");
   const struct {
     PP_Var value;
@@ -268,43 +259,32 @@ TEST_F(VarsTest, JsonOfAVarIsWhatAPageSees) {
   std::string expected;
   for (std::size_t i = 0; i < std::size(kCases); ++i) {
     const std::string name = "key" + std::to_string(i);
-    const PP_Var key = Text(name);
-    tables_.dictionary.Set(dictionary, key, kCases[i].value);
-    Release(key);
+    tables_.dictionary.Set(dictionary, Text(name), kCases[i].value);
     if (kCases[i].json != nullptr) {
       expected += (expected.empty() ? "{\"" : ",\"") + name + "\":" + kCases[i].json;
     }
   }
   EXPECT_EQ(browser_.vars().ToJson(dictionary).value_or(Json()).dump(), expected + "}");
-  for (const PP_Var& var : {dictionary, array, text}) {
-    Release(var);
-  }
-  EXPECT_EQ(browser_.LiveVars(), 0);
 }
 
 TEST_F(VarsTest, CopyIsIndependentAndTextNotUtf8BecomesNull) {
-  const PP_Var source =
-      *browser_.vars().FromJson({{"list", {1, "two"}}, {"bad", "\xff"}, {"\xff", "unnamable"}});
-  const PP_Var copy = *browser_.vars().DeepCopy(source);
-  const PP_Var key = Text("list");
-  const PP_Var list = tables_.dictionary.Get(source, key);
+  const PP_Var source = Own(
+      *browser_.vars().FromJson({{"list", {1, "two"}}, {"bad", "\xff"}, {"\xff", "unnamable"}}));
+  const PP_Var copy = Own(*browser_.vars().DeepCopy(source));
+  const PP_Var list = Own(tables_.dictionary.Get(source, Text("list")));
   tables_.array.Set(list, 0, IntVar(9));
   EXPECT_EQ(browser_.vars().ToJson(copy), Json::parse(R"({"list": [1, "two"], "bad": null})"));
   EXPECT_EQ(browser_.vars().ToJson(source), Json::parse(R"({"list": [9, "two"], "bad": null})"));
-  for (const PP_Var& var : {source, copy, key, list}) {
-    Release(var);
-  }
-  EXPECT_EQ(browser_.LiveVars(), 0);
 }
 
 TEST_F(VarsTest, ManyThreadsShareVars) {
-  const PP_Var shared = tables_.dictionary.Create();
+  const PP_Var shared = Own(tables_.dictionary.Create());
   const PP_Var key = Text("key");
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&, t] {
       for (int i = 0; i < 2000; ++i) {
-        const PP_Var text = Text(std::to_string(t) + "/" + std::to_string(i));
+        const PP_Var text = NewText(std::to_string(t) + "/" + std::to_string(i));
         tables_.dictionary.Set(shared, key, text);
         Release(text);
         const PP_Var read = tables_.dictionary.Get(shared, key);
@@ -316,10 +296,6 @@ TEST_F(VarsTest, ManyThreadsShareVars) {
   for (std::thread& thread : threads) {
     thread.join();
   }
-  Release(key);
-  Release(shared);
-  EXPECT_EQ(browser_.LiveVars(), 0);
-  EXPECT_THAT(browser_.Defects(), IsEmpty());
 }
 
 }  // namespace

@@ -63,8 +63,9 @@ class VarTable {
   // Null, with a defect recorded, when the var holds something that cannot be passed on.
   std::optional<PP_Var> DeepCopy(PP_Var var);
 
-  // Counted vars that live now, and a line for each of the first of them.
-  int64_t Live() const { return live_.load(std::memory_order_relaxed); }
+  // Counted vars that live now, found by looking at all that ever were at once, and a line for each
+  // of the first of them.
+  int64_t Live() const;
   std::vector<std::string> DescribeLive();
 
  private:
@@ -76,11 +77,14 @@ class VarTable {
   struct Children;
 
   PP_Var Add(std::unique_ptr<Body> body);
-  Slot* Find(PP_Var var) const;    // null when no such slot was ever used
-  Body& BodyOf(PP_Var var) const;  // of a var to which a reference is held
+  Slot& SlotAt(uint32_t index) const;  // of a slot that was used
+  Slot* Find(PP_Var var) const;        // null when no such slot was ever used
+  Body& BodyOf(PP_Var var) const;      // of a var to which a reference is held
   bool TryAddRef(PP_Var var);
   // The body when this was the last reference; *known is false when the var did not live.
   std::unique_ptr<Body> DropReference(PP_Var var, bool* known);
+  // Slots that can be used again, for any thread without a lock. False when there is none.
+  bool TakeFreeSlot(uint32_t* index);
   void Recycle(PP_Var var);
   void RecordMisuse(const char* operation, PP_Var var, const char* problem);
   Children ChildrenOf(Body* container);
@@ -96,13 +100,15 @@ class VarTable {
   static constexpr std::size_t kChunks = 1 << 14;
 
   Defects* const defects_;
-  std::atomic<int64_t> live_{0};
   // Chunks are only ever added, so that a slot keeps its address and is found without a lock.
   std::unique_ptr<std::atomic<Chunk*>[]> chunks_;
 
+  // The first free slot's index + 1 (0: none) in the lower half, and in the upper half the number
+  // of the change, by which a thread sees that others have been here. Each slot names the next.
+  std::atomic<uint64_t> free_{0};
+
   mutable std::mutex mutex_;
-  std::vector<uint32_t> free_;  // guarded by mutex_: slots that can be used again
-  uint32_t slots_ = 0;          // guarded by mutex_: slots ever used
+  uint32_t slots_ = 0;  // guarded by mutex_: slots ever used
 };
 
 // One reference to a var, released at the end of the scope.

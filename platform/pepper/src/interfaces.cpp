@@ -6,8 +6,6 @@ namespace pp {
 
 namespace {
 
-Interfaces interfaces;
-
 template <typename Table>
 void Fetch(const Module& module, const char* name, const Table** table) {
   *table = static_cast<const Table*>(module.GetBrowserInterface(name));
@@ -15,17 +13,15 @@ void Fetch(const Module& module, const char* name, const Table** table) {
 
 }  // namespace
 
-const Interfaces& Browser() {
-  return interfaces;
-}
+Interfaces browser_interfaces;
 
 void FetchInterfaces(const Module& module) {
-  Fetch(module, PPB_CORE_INTERFACE, &interfaces.core);
-  Fetch(module, PPB_VAR_INTERFACE, &interfaces.var);
-  Fetch(module, PPB_VAR_DICTIONARY_INTERFACE, &interfaces.dictionary);
-  Fetch(module, PPB_VAR_ARRAY_INTERFACE, &interfaces.array);
-  Fetch(module, PPB_MESSAGING_INTERFACE, &interfaces.messaging);
-  Fetch(module, PPB_MESSAGELOOP_INTERFACE, &interfaces.message_loop);
+  Fetch(module, PPB_CORE_INTERFACE, &browser_interfaces.core);
+  Fetch(module, PPB_VAR_INTERFACE, &browser_interfaces.var);
+  Fetch(module, PPB_VAR_DICTIONARY_INTERFACE, &browser_interfaces.dictionary);
+  Fetch(module, PPB_VAR_ARRAY_INTERFACE, &browser_interfaces.array);
+  Fetch(module, PPB_MESSAGING_INTERFACE, &browser_interfaces.messaging);
+  Fetch(module, PPB_MESSAGELOOP_INTERFACE, &browser_interfaces.message_loop);
 }
 
 }  // namespace pp

@@ -24,7 +24,11 @@ struct Interfaces {
 };
 
 // Filled when the library is initialised, before any instance exists, and only read afterwards.
-const Interfaces& Browser();
+extern Interfaces browser_interfaces;
+
+inline const Interfaces& Browser() {
+  return browser_interfaces;
+}
 void FetchInterfaces(const Module& module);
 
 }  // namespace pp
