@@ -3,13 +3,14 @@
 #include <getopt.h>
 
 #include <array>
-#include <cctype>
 #include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
+
+#include "log_level.h"
 
 namespace lumivex::desktop {
 namespace {
@@ -42,15 +43,6 @@ Exit status: 0 the window was closed; 1 wrong usage, or something is missing; 2 
 3 the page could not be loaded; 4 the plug-in could not be loaded, or its process crashed.
 A signal gives 128 + n.
 )";
-
-struct Level {
-  const char* name;
-  int priority;
-};
-
-// The platform's scale.
-constexpr Level kLevels[] = {{"verbose", 2}, {"debug", 3}, {"info", 4},
-                             {"warn", 5},    {"error", 6}, {"fatal", 7}};
 
 int Complain(const std::string& problem) {
   std::fprintf(stderr, "lumivex-desktop: %s; see lumivex-desktop --help\n", problem.c_str());
@@ -171,16 +163,6 @@ bool Complete(CommandLine* line) {
 }
 
 }  // namespace
-
-int LogPriority(const std::string& level) {
-  for (const Level& known : kLevels) {
-    if (level == known.name ||
-        (level.size() == 1 && std::toupper(known.name[0]) == static_cast<int>(level[0]))) {
-      return known.priority;
-    }
-  }
-  return INT_MAX;
-}
 
 std::optional<CommandLine> ReadCommandLine(int argc, char** argv, int* status) {
   static constexpr std::array<option, 11> kOptions = {{

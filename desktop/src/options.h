@@ -38,10 +38,6 @@ struct CommandLine {
 // has been said.
 std::optional<CommandLine> ReadCommandLine(int argc, char** argv, int* status);
 
-// The priority of a platform log level's name, or of the letter that begins its lines' prefix.
-// A level beyond all lines for what is neither.
-int LogPriority(const std::string& level);
-
 }  // namespace lumivex::desktop
 
 #endif  // DESKTOP_SRC_OPTIONS_H_

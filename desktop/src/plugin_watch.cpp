@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <QLocalSocket>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -11,7 +12,7 @@
 #include <utility>
 
 #include "channel.h"
-#include "options.h"
+#include "log_level.h"
 
 namespace lumivex::desktop {
 namespace {
@@ -49,7 +50,8 @@ PluginWatch::PluginWatch(const SessionFolder& folder, int shown)
       log_(open(log_path_.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC)) {
   QObject::connect(&server_, &QLocalServer::newConnection, &server_, [this] { Accept(); });
   if (log_ < 0 || !server_.listen(QString::fromStdString(channel_path_))) {
-    std::fprintf(stderr, "lumivex-desktop: the plug-in's process cannot be watched\n");
+    std::fprintf(stderr, "%s: the plug-in's process cannot be watched\n",
+                 program_invocation_short_name);
     return;
   }
   log_notifier_ = std::make_unique<QSocketNotifier>(log_, QSocketNotifier::Read);
@@ -101,7 +103,8 @@ void PluginWatch::ReadConnection(Connection* connection) {
     const std::string line = connection->socket->readLine().trimmed().toStdString();
     std::string argument;
     if (shown_ <= LogPriority("info")) {
-      std::fprintf(stderr, "lumivex-desktop: plug-in process: %s\n", line.c_str());
+      std::fprintf(stderr, "%s: plug-in process: %s\n", program_invocation_short_name,
+                   line.c_str());
     }
     if (TakeWord(line, kStartLine, &argument)) {
       connection->pid = argument;
@@ -126,7 +129,7 @@ void PluginWatch::Fail(const std::string& sentence) {
   ReadLog();
   const std::string lines = LastLines();
   std::fprintf(
-      stderr, "lumivex-desktop: %s. %s\n%s", sentence.c_str(),
+      stderr, "%s: %s. %s\n%s", program_invocation_short_name, sentence.c_str(),
       lines.empty() ? "It had logged nothing." : "The last lines of its log:", lines.c_str());
   if (on_failure) {
     on_failure(sentence);

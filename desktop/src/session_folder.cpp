@@ -10,15 +10,14 @@
 #include <filesystem>
 #include <system_error>
 
-#include "options.h"
-
 namespace lumivex::desktop {
 namespace {
 
 void Require(bool done, const std::string& what) {
   if (!done) {
-    std::fprintf(stderr, "lumivex-desktop: %s: %s\n", what.c_str(), std::strerror(errno));
-    std::exit(kFailed);
+    std::fprintf(stderr, "%s: %s: %s\n", program_invocation_short_name, what.c_str(),
+                 std::strerror(errno));
+    std::exit(EXIT_FAILURE);
   }
 }
 

@@ -1,14 +1,12 @@
 // A plug-in that is nothing by itself: it loads the real one and hands it the engine's tables, and
 // one more that only televisions have.
 
-#include <dlfcn.h>
-
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "../channel.h"
 #include "extension_system.h"
+#include "plugin_library.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/c/ppp.h"
 #include "ppapi/c/ppp_instance.h"
@@ -16,14 +14,7 @@
 
 namespace {
 
-// The real plug-in. All on the plug-in's main thread.
-struct Plugin {
-  void* library = nullptr;
-  decltype(&PPP_InitializeModule) initialize = nullptr;
-  decltype(&PPP_ShutdownModule) shutdown = nullptr;
-  decltype(&PPP_GetInterface) get_interface = nullptr;
-};
-Plugin plugin;
+lumivex::desktop::PluginLibrary plugin;  // the real one
 
 // Set before the plug-in is initialised, then only read: the plug-in may ask on any thread.
 PPB_GetInterface engine_interface = nullptr;
@@ -60,30 +51,6 @@ const void* CountedInstances(const void* table) {
   return &counted;
 }
 
-template <typename Function>
-bool Find(const char* name, Function* function) {
-  *function = reinterpret_cast<Function>(dlsym(plugin.library, name));
-  return *function != nullptr;
-}
-
-// What stands in the way; empty when the plug-in is there.
-std::string Load() {
-  const char* path = std::getenv(lumivex::desktop::kPluginVariable);
-  if (path == nullptr) {
-    return std::string(lumivex::desktop::kPluginVariable) + " is not set";
-  }
-  plugin.library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-  if (plugin.library == nullptr) {
-    return dlerror();
-  }
-  if (!Find("PPP_InitializeModule", &plugin.initialize) ||
-      !Find("PPP_ShutdownModule", &plugin.shutdown) ||
-      !Find("PPP_GetInterface", &plugin.get_interface)) {
-    return std::string(path) + " is no Pepper plug-in";
-  }
-  return "";
-}
-
 int32_t Refuse(const std::string& problem) {
   lumivex::desktop::ReportProblem(problem);
   plugin = {};
@@ -96,7 +63,7 @@ int32_t PPP_InitializeModule(PP_Module module, PPB_GetInterface get_browser_inte
   lumivex::desktop::OpenReport();
   engine_interface = get_browser_interface;
   extension_system = lumivex::desktop::MakeExtensionSystem(get_browser_interface);
-  const std::string problem = Load();
+  const std::string problem = plugin.Load(lumivex::desktop::kPluginVariable);
   if (!problem.empty()) {
     return Refuse(problem);
   }

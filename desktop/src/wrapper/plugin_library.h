@@ -1,0 +1,24 @@
+#ifndef DESKTOP_SRC_WRAPPER_PLUGIN_LIBRARY_H_
+#define DESKTOP_SRC_WRAPPER_PLUGIN_LIBRARY_H_
+
+#include <string>
+
+#include "ppapi/c/ppp.h"
+
+namespace lumivex::desktop {
+
+// A plug-in's library and its entry points; null before it was loaded. It is never unloaded. All on
+// the plug-in's main thread.
+struct PluginLibrary {
+  decltype(&PPP_InitializeModule) initialize = nullptr;
+  decltype(&PPP_ShutdownModule) shutdown = nullptr;
+  decltype(&PPP_GetInterface) get_interface = nullptr;
+
+  // Loads the library that the environment variable names. What stands in the way; empty when the
+  // plug-in is there.
+  std::string Load(const char* variable);
+};
+
+}  // namespace lumivex::desktop
+
+#endif  // DESKTOP_SRC_WRAPPER_PLUGIN_LIBRARY_H_
