@@ -13,5 +13,9 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION "libs")
 # The platform's libraries come with the device's image, not from packages.
+# libstdc++6 brings libgcc_s along, which the library needs on ARM.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6, libstdc++6")
+if(CMAKE_CROSSCOMPILING AND NOT CPACK_DEBIAN_PACKAGE_ARCHITECTURE)
+  message(FATAL_ERROR "CPACK_DEBIAN_PACKAGE_ARCHITECTURE is not set: Debian's name of the device's architecture")
+endif()
 include(CPack)

@@ -5,17 +5,24 @@ if(NOT IS_DIRECTORY "${LUMIVEX_PLATFORM_ROOT}")
 endif()
 
 # lumivex_platform_library(<target> <header that its include folder holds> <library name>...)
+# Looked for anew each time, so that a build folder can be given another root.
 function(lumivex_platform_library target header)
-  set(roots "${LUMIVEX_PLATFORM_ROOT}/usr" "${LUMIVEX_PLATFORM_ROOT}")
-  string(MAKE_C_IDENTIFIER "LUMIVEX_${target}" variable)
-  find_path(${variable}_INCLUDE NAMES "${header}" PATHS ${roots}
-    PATH_SUFFIXES include include/dlog include/rf-manager include/pepper NO_DEFAULT_PATH REQUIRED)
-  find_library(${variable}_LIBRARY NAMES ${ARGN} PATHS ${roots}
-    PATH_SUFFIXES lib lib64 "lib/${CMAKE_LIBRARY_ARCHITECTURE}" NO_DEFAULT_PATH REQUIRED)
+  set(where PATHS "${LUMIVEX_PLATFORM_ROOT}/usr" "${LUMIVEX_PLATFORM_ROOT}"
+    NO_CACHE NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
+  find_path(include NAMES "${header}" ${where}
+    PATH_SUFFIXES include include/dlog include/rf-manager include/pepper)
+  find_library(library NAMES ${ARGN} ${where}
+    PATH_SUFFIXES lib lib64 "lib/${CMAKE_LIBRARY_ARCHITECTURE}")
+  if(NOT include)
+    message(FATAL_ERROR "The SDK in \"${LUMIVEX_PLATFORM_ROOT}\" lacks the header ${header}")
+  elseif(NOT library)
+    list(GET ARGN 0 name)
+    message(FATAL_ERROR "The SDK in \"${LUMIVEX_PLATFORM_ROOT}\" lacks the library ${name}")
+  endif()
   add_library(lumivex::${target} SHARED IMPORTED)
   set_target_properties(lumivex::${target} PROPERTIES
-    IMPORTED_LOCATION "${${variable}_LIBRARY}"
-    INTERFACE_INCLUDE_DIRECTORIES "${${variable}_INCLUDE}")
+    IMPORTED_LOCATION "${library}"
+    INTERFACE_INCLUDE_DIRECTORIES "${include}")
 endfunction()
 
 lumivex_platform_library(pepper ppapi/cpp/module.h pepperplugin)

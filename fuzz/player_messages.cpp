@@ -31,6 +31,7 @@ namespace lumivex::fuzz {
 namespace {
 
 using host::Json;
+using test::Check;
 
 // An event, with its text as the listener gets it.
 struct Event {
@@ -126,13 +127,13 @@ class Side {
   FakePlayer* player = nullptr;
   bool is_page = false;
 
-  bool HasMessages() const { return player != nullptr && player->message != nullptr; }
+  bool HasMessages() const { return player != nullptr && player->callbacks().message != nullptr; }
 
   void Message(int id, ZunoMessageParam* record) {
     if (!HasMessages()) {
       return;
     }
-    const int result = player->message(id, record, player->message_user);
+    const int result = player->callbacks().message(id, record, player->callbacks().message_user);
     const std::optional<Event> event = Expect(id, record);
     const int wanted = !event ? -1 : sink.answer ? 1 : 0;
     Check(result == wanted, "a message's result",
@@ -261,7 +262,7 @@ void Play(std::array<Side, 2>* sides, std::string_view lines) {
     line.remove_prefix(1);
     const std::size_t which = first == 'p' ? 0 : 1;
     Side* const side = &(*sides)[which];
-    if (side->player != nullptr && side->player->position != nullptr) {
+    if (side->player != nullptr && side->player->callbacks().position != nullptr) {
       positions.emplace_back(side, static_cast<unsigned long>(TakeNumber(&line)));
       expected[which].push_back(
           {"info", {6, static_cast<int32_t>(positions.back().second), 0}, {}});
@@ -269,7 +270,7 @@ void Play(std::array<Side, 2>* sides, std::string_view lines) {
   }
   std::thread clock([&positions] {
     for (const auto& [side, position] : positions) {
-      side->player->position(position, side->player->position_user);
+      side->player->callbacks().position(position, side->player->callbacks().position_user);
     }
   });
   for (std::string_view line : messages) {
@@ -278,11 +279,11 @@ void Play(std::array<Side, 2>* sides, std::string_view lines) {
     Side* const side = &(*sides)[first == 'b' || first == 'B' ? 1 : 0];
     if (first != 'n') {
       SendLine(side, first != 'A' && first != 'B', line);
-    } else if (side->HasMessages() && side->player->position != nullptr) {
+    } else if (side->HasMessages() && side->player->callbacks().position != nullptr) {
       const int64_t number = TakeNumber(&line);
-      Check(side->player->message(static_cast<int>(number), nullptr, nullptr) == -1,
+      Check(side->player->callbacks().message(static_cast<int>(number), nullptr, nullptr) == -1,
             "no user data, no event");
-      side->player->position(static_cast<unsigned long>(number), nullptr);
+      side->player->callbacks().position(static_cast<unsigned long>(number), nullptr);
     }
   }
   clock.join();
@@ -343,7 +344,7 @@ void Run(std::string_view input) {
     const std::size_t before = platform.players.size();
     players[i].reset(GetLumivexPlayer(&sides[i].sink));
     TakePlayer(&sides[i], before);
-    sides[i].sink.answer = platform.answers.Success();
+    sides[i].sink.answer = test::Say().Success();
   }
   PlayOn(&sides, input);
   players = {};

@@ -16,6 +16,7 @@ namespace lumivex::fuzz {
 namespace {
 
 using host::Json;
+using test::Check;
 
 std::optional<Json> ThroughVars(const Json& message) {
   host::Defects defects;

@@ -1,5 +1,5 @@
-// A plug-in written from the C tables alone. The element's attribute "mode" is "refuse" (creation
-// fails), "deaf" (no handler is registered) or "early" (an event is posted while it is created).
+// A plug-in that answers with what it gets. The element's attribute "mode" is "refuse" (creation
+// fails) or "early" (an event is posted while it is created).
 //
 // A blocking message is answered with itself, unless it is a dictionary with a string "do":
 //   "post"       posts "value" as an event before it answers
@@ -11,166 +11,97 @@
 // A message without an answer is posted back as {"got": message}.
 
 #include <chrono>
-#include <cstring>
-#include <map>
-#include <memory>
 #include <string>
 #include <thread>
 
-#include "ppapi/c/pp_errors.h"
-#include "ppapi/c/ppb_core.h"
-#include "ppapi/c/ppb_message_loop.h"
 #include "ppapi/c/ppb_messaging.h"
-#include "ppapi/c/ppb_var.h"
-#include "ppapi/c/ppb_var_dictionary.h"
-#include "ppapi/c/ppp.h"
-#include "ppapi/c/ppp_instance.h"
 #include "ppapi/c/quorvel/ppb_extension_system_quorvel.h"
+#include "ppapi/cpp/instance.h"
+#include "ppapi/cpp/instance_handle.h"
+#include "ppapi/cpp/message_handler.h"
+#include "ppapi/cpp/message_loop.h"
+#include "ppapi/cpp/module.h"
+#include "ppapi/cpp/var_dictionary.h"
+#include "ppapi/quorvel/simple_thread_await_loop.h"
 
 namespace {
 
-const PPB_Core* core;
-const PPB_Var* vars;
-const PPB_VarDictionary* dictionaries;
-const PPB_MessageLoop* loops;
-const PPB_Messaging* messaging;
-const PPB_ExtensionSystem_Quorvel_0_1* extension;
+class Handler : public pp::MessageHandler {
+ public:
+  void HandleMessage(pp::InstanceHandle instance, const pp::Var& message) override {
+    pp::VarDictionary event;
+    event.Set("got", message);
+    pp::Instance(instance.pp_instance()).PostMessage(event);
+  }
 
-struct Element {
-  PP_Resource loop = 0;
-  std::thread thread;
+  pp::Var HandleBlockingMessage(pp::InstanceHandle instance, const pp::Var& message) override {
+    if (!message.is_dictionary()) {
+      return message;
+    }
+    const pp::VarDictionary request(message);
+    const std::string action = request.Get("do").AsString();
+    const pp::Var value = request.Get("value");
+    if (action == "post") {
+      pp::Instance(instance.pp_instance()).PostMessage(value);
+    } else if (action == "sleep") {
+      std::this_thread::sleep_for(std::chrono::milliseconds(request.Get("ms").AsInt()));
+    } else if (action == "privilege" || action == "window") {
+      return Ask(instance, action == "window" ? "get_window_id" : "check_ace_privilege", value);
+    } else if (action == "leak") {
+      pp::Var("forgotten").Detach();
+    } else if (action == "twice") {
+      const PP_Var text = pp::Var("released twice").Detach();
+      { const pp::Var once(pp::PASS_REF, text); }
+      const pp::Var twice(pp::PASS_REF, text);
+    }
+    return message;
+  }
+
+  void WasUnregistered(pp::InstanceHandle) override {}
+
+ private:
+  static pp::Var Ask(pp::InstanceHandle instance, const pp::Var& operation, const pp::Var& data) {
+    const auto* const extension = static_cast<const PPB_ExtensionSystem_Quorvel_0_1*>(
+        pp::Module::Get()->GetBrowserInterface(PPB_EXTENSIONSYSTEM_QUORVEL_INTERFACE_0_1));
+    PP_Var answer = pp::Var(pp::Var::Null()).pp_var();
+    if (extension != nullptr) {
+      extension->GenericSyncCall(instance.pp_instance(), operation.pp_var(), data.pp_var(),
+                                 &answer);
+    }
+    return pp::Var(pp::PASS_REF, answer);
+  }
 };
-std::map<PP_Instance, std::unique_ptr<Element>> elements;
 
-PP_Var Text(const char* text) {
-  return vars->VarFromUtf8(text, static_cast<uint32_t>(std::strlen(text)));
-}
+class Element : public pp::Instance {
+ public:
+  explicit Element(PP_Instance instance)
+      : pp::Instance(instance), thread_(pp::InstanceHandle(this)) {}
 
-PP_Var Get(PP_Var dictionary, const char* key) {
-  const PP_Var name = Text(key);
-  const PP_Var value = dictionaries->Get(dictionary, name);
-  vars->Release(name);
-  return value;
-}
-
-std::string TextOf(PP_Var var) {
-  uint32_t length = 0;
-  const char* const text = var.type == PP_VARTYPE_STRING ? vars->VarToUtf8(var, &length) : nullptr;
-  return text == nullptr ? "" : std::string(text, length);
-}
-
-PP_Var Ask(PP_Instance instance, const char* operation, PP_Var data) {
-  PP_Var answer{};
-  answer.type = PP_VARTYPE_NULL;
-  const PP_Var name = Text(operation);
-  if (extension != nullptr) {
-    extension->GenericSyncCall(instance, name, data, &answer);
+  bool Init(uint32_t argc, const char* argn[], const char* argv[]) override {
+    std::string mode;
+    for (uint32_t i = 0; i < argc; ++i) {
+      mode = std::string("mode") == argn[i] ? argv[i] : mode;
+    }
+    if (mode == "early") {
+      PostMessage("early");
+    }
+    return mode != "refuse" && thread_.Start() &&
+           RegisterMessageHandler(&handler_, thread_.message_loop()) == 0;
   }
-  vars->Release(name);
-  return answer;
-}
 
-void HandleMessage(PP_Instance instance, void*, const PP_Var* message) {
-  const PP_Var event = dictionaries->Create();
-  const PP_Var key = Text("got");
-  dictionaries->Set(event, key, *message);
-  messaging->PostMessage(instance, event);
-  vars->Release(key);
-  vars->Release(event);
-}
+ private:
+  Handler handler_;
+  pp::SimpleThreadAwaitLoop thread_;  // ends before its handler does
+};
 
-void HandleBlockingMessage(PP_Instance instance, void*, const PP_Var* message, PP_Var* response) {
-  *response = *message;
-  vars->AddRef(*message);
-  if (message->type != PP_VARTYPE_DICTIONARY) {
-    return;
-  }
-  const PP_Var what = Get(*message, "do");
-  const PP_Var value = Get(*message, "value");
-  const std::string action = TextOf(what);
-  if (action == "post") {
-    messaging->PostMessage(instance, value);
-  } else if (action == "sleep") {
-    std::this_thread::sleep_for(std::chrono::milliseconds(Get(*message, "ms").value.as_int));
-  } else if (action == "privilege" || action == "window") {
-    vars->Release(*response);
-    *response = Ask(instance, action == "window" ? "get_window_id" : "check_ace_privilege", value);
-  } else if (action == "leak") {
-    Text("forgotten");
-  } else if (action == "twice") {
-    const PP_Var text = Text("released twice");
-    vars->Release(text);
-    vars->Release(text);
-  }
-  vars->Release(value);
-  vars->Release(what);
-}
-
-void Destroy(PP_Instance, void*) {}
-
-constexpr PPP_MessageHandler kHandler = {&HandleMessage, &HandleBlockingMessage, &Destroy};
-
-PP_Bool DidCreate(PP_Instance instance, uint32_t argc, const char* argn[], const char* argv[]) {
-  std::string mode;
-  for (uint32_t i = 0; i < argc; ++i) {
-    mode = std::strcmp(argn[i], "mode") == 0 ? argv[i] : mode;
-  }
-  if (mode == "refuse") {
-    return PP_FALSE;
-  }
-  if (mode == "early") {
-    const PP_Var event = Text("early");
-    messaging->PostMessage(instance, event);
-    vars->Release(event);
-  }
-  auto element = std::make_unique<Element>();
-  element->loop = loops->Create(instance);
-  element->thread = std::thread([loop = element->loop] {
-    loops->AttachToCurrentThread(loop);
-    loops->Run(loop);
-  });
-  const bool registered =
-      mode == "deaf" ||
-      messaging->RegisterMessageHandler(instance, nullptr, &kHandler, element->loop) == PP_OK;
-  elements[instance] = std::move(element);
-  return registered ? PP_TRUE : PP_FALSE;
-}
-
-void DidDestroy(PP_Instance instance) {
-  Element& element = *elements[instance];
-  loops->PostQuit(element.loop, PP_TRUE);
-  element.thread.join();
-  core->ReleaseResource(element.loop);
-  elements.erase(instance);
-}
-
-void DidChangeView(PP_Instance, PP_Resource) {}
-void DidChangeFocus(PP_Instance, PP_Bool) {}
-PP_Bool HandleDocumentLoad(PP_Instance, PP_Resource) {
-  return PP_FALSE;
-}
-
-constexpr PPP_Instance kInstance = {&DidCreate, &DidDestroy, &DidChangeView, &DidChangeFocus,
-                                    &HandleDocumentLoad};
+class EchoModule : public pp::Module {
+ public:
+  bool Init() override { return GetBrowserInterface(PPB_MESSAGING_INTERFACE) != nullptr; }
+  pp::Instance* CreateInstance(PP_Instance instance) override { return new Element(instance); }
+};
 
 }  // namespace
 
-int32_t PPP_InitializeModule(PP_Module, PPB_GetInterface get) {
-  core = static_cast<const PPB_Core*>(get(PPB_CORE_INTERFACE));
-  vars = static_cast<const PPB_Var*>(get(PPB_VAR_INTERFACE));
-  dictionaries = static_cast<const PPB_VarDictionary*>(get(PPB_VAR_DICTIONARY_INTERFACE));
-  loops = static_cast<const PPB_MessageLoop*>(get(PPB_MESSAGELOOP_INTERFACE));
-  messaging = static_cast<const PPB_Messaging*>(get(PPB_MESSAGING_INTERFACE));
-  extension = static_cast<const PPB_ExtensionSystem_Quorvel_0_1*>(
-      get(PPB_EXTENSIONSYSTEM_QUORVEL_INTERFACE_0_1));
-  return core != nullptr && vars != nullptr && dictionaries != nullptr && loops != nullptr &&
-                 messaging != nullptr
-             ? PP_OK
-             : PP_ERROR_NOINTERFACE;
-}
-
-void PPP_ShutdownModule(void) {}
-
-const void* PPP_GetInterface(const char* name) {
-  return std::strcmp(name, PPP_INSTANCE_INTERFACE) == 0 ? &kInstance : nullptr;
+pp::Module* pp::CreateModule() {
+  return new EchoModule;
 }

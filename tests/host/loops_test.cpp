@@ -101,8 +101,8 @@ TEST_F(LoopsTest, ResultsOfEachCall) {
 
 TEST_F(LoopsTest, WorkRunsInOrderAndQuitHasItsPlace) {
   const PP_Resource loop = NewLoop();
-  tables_.loop.PostWork(loop, Note("late"), 40);
-  tables_.loop.PostWork(loop, Note("sooner"), 10);
+  tables_.loop.PostWork(loop, Note("late"), 300);
+  tables_.loop.PostWork(loop, Note("sooner"), 200);
   tables_.loop.PostWork(loop, Note("first"), 0);
   tables_.loop.PostWork(loop, Note("second"), -5);
   tables_.loop.PostQuit(loop, PP_FALSE);
@@ -111,7 +111,7 @@ TEST_F(LoopsTest, WorkRunsInOrderAndQuitHasItsPlace) {
     tables_.loop.AttachToCurrentThread(loop);
     tables_.loop.Run(loop);
     EXPECT_THAT(notes_, ElementsAre("first", "second"));
-    tables_.loop.PostWork(loop, Work([&] { tables_.loop.PostQuit(loop, PP_TRUE); }), 60);
+    tables_.loop.PostWork(loop, Work([&] { tables_.loop.PostQuit(loop, PP_TRUE); }), 400);
     tables_.loop.Run(loop);
   });
   EXPECT_THAT(notes_, ElementsAre("first", "second", "behind the quit", "sooner", "late"));

@@ -13,21 +13,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
+
+#include "slurp.h"
 
 namespace {
 
 using testing::HasSubstr;
 using testing::MatchesRegex;
-
-std::string ReadAll(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
 
 std::string TempPath(const char* name) {
   static int count = 0;
@@ -109,7 +103,7 @@ class HostRun {
     int status = 0;
     waitpid(process_, &status, 0);
     process_ = -1;
-    errors = ReadAll(errors_);
+    errors = Slurp(errors_);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
   }
 

@@ -3,27 +3,15 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <filesystem>
 #include <thread>
 
 #include "pepper_test.h"
 #include "ppapi/cpp/message_loop.h"
 #include "ppapi/quorvel/simple_thread_await_loop.h"
+#include "process.h"
 
 namespace lumivex::test {
 namespace {
-
-std::ptrdiff_t CountThreads() {
-  namespace fs = std::filesystem;
-  return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
-}
-
-bool ThreadsComeTo(std::ptrdiff_t count) {
-  for (int i = 0; i < 1000 && CountThreads() != count; ++i) {
-    usleep(1000);
-  }
-  return CountThreads() == count;
-}
 
 class AwaitLoop : public PepperTest {
  protected:

@@ -3,23 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <map>
 #include <regex>
-#include <sstream>
 #include <string>
 
 #include "LumivexMessageHandler.h"
+#include "slurp.h"
 
 namespace {
-
-std::string Read(const std::string& name) {
-  std::ifstream file(std::string(LUMIVEX_PROJECT_FOLDER "/") + name);
-  EXPECT_TRUE(file) << name;
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
 
 // How often each of the names that pattern finds stands in text.
 std::map<std::string, int> Count(const std::string& text, const std::string& pattern) {
@@ -37,11 +28,11 @@ TEST(Documentation, HasEveryCommandOnceAndNoOther) {
     commands[name] = 1;
   }
   // A command's row begins with its name and ends with an example that calls it.
-  const std::string reference = Read("docs/page-api.md");
+  const std::string reference = Slurp(LUMIVEX_PROJECT_FOLDER "/docs/page-api.md");
   EXPECT_EQ(Count(reference, "\\n\\| `([A-Z][A-Za-z]+)` \\|"), commands);
   EXPECT_EQ(Count(reference, "\\| `call\\('([A-Za-z]+)'"), commands);
 
-  const std::string readme = Read("README.md");
+  const std::string readme = Slurp(LUMIVEX_PROJECT_FOLDER "/README.md");
   for (const auto& [name, count] : commands) {
     EXPECT_THAT(readme, testing::ContainsRegex("[ ,]" + name + "(,| \\|)"));
   }

@@ -3,7 +3,6 @@
 #include <future>
 
 #include "LumivexMessageHandler.h"
-#include "ZunoPlayerEventListener.h"
 #include "load_linked.h"
 #include "plugin_test.h"
 
@@ -50,22 +49,6 @@ TEST_F(Handler, EventsHaveTheirTypesAndTheOrderOfTheirKeys) {
           R"(post {"event": "PLAYBACK_TIMEDTEXT_EVENT", "text": ""})",
           R"(post {"event": "RF_INFO_EVENT", "eventType": -1})"));
   EXPECT_EQ(browser_->LiveVars(), 0);
-}
-
-TEST_F(Handler, TheListenerTakesEveryEventEvenWhenThePageIsGone) {
-  MakeHandler();
-  CZunoPlayerEventListener object(handler_.get());
-  IPlaybackEventListener* const listener = &object;
-  for (const bool gone : {false, true}) {
-    if (gone) {
-      page_->Close();
-    }
-    EXPECT_TRUE(listener->OnError(IPlaybackEventListener::ERROR_GENERAL, 0));
-    EXPECT_TRUE(listener->OnInfo(IPlaybackEventListener::INFO_BUFFERING_START, 0, 0));
-    EXPECT_TRUE(listener->OnDRMInfo(IPlaybackEventListener::DRM_INFO_DATA, "x"));
-    EXPECT_TRUE(listener->OnTimedText("x"));
-  }
-  EXPECT_EQ(page_->DroppedEvents(), 4);
 }
 
 TEST_F(Handler, RegistersOnTheLoopOfTheCallingThread) {

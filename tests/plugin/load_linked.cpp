@@ -1,9 +1,17 @@
 #include "load_linked.h"
 
-#include <cstring>
+#include <map>
+#include <type_traits>
+#include <utility>
 
 #include "plugin_test.h"
+#include "ppapi/c/pp_errors.h"
+#include "ppapi/c/ppb_core.h"
+#include "ppapi/c/ppb_message_loop.h"
 #include "ppapi/c/ppb_messaging.h"
+#include "ppapi/c/ppb_var.h"
+#include "ppapi/c/ppb_var_array.h"
+#include "ppapi/c/ppb_var_dictionary.h"
 #include "ppapi/c/ppp.h"
 
 namespace lumivex::test {
@@ -12,36 +20,122 @@ namespace {
 
 Browser* current;
 
-const PPB_Messaging* Messaging() {
-  return static_cast<const PPB_Messaging*>(Browser::GetInterface(PPB_MESSAGING_INTERFACE));
-}
+template <class Table>
+const Table* browsers;  // the browser's own table
+
+// A function of a table with its name before it. One that fails does nothing and answers failure.
+template <auto kFunction>
+struct Wrapped;
+template <class Table, class Result, class... Arguments, Result (*Table::*kFunction)(Arguments...)>
+struct Wrapped<kFunction> {
+  using Failure = std::conditional_t<std::is_void_v<Result>, int, Result>;
+  inline static const char* name;
+  inline static Failure failure;
+
+  static Result Call(Arguments... arguments) {
+    if (BrowserCalls::Get().Note(name)) {
+      return static_cast<Result>(failure);
+    }
+    return (browsers<Table>->*kFunction)(arguments...);
+  }
+  static void Into(Table* table, const char* named, Failure fails = {}) {
+    name = named;
+    failure = fails;
+    table->*kFunction = &Call;
+  }
+};
 
 void PostMessage(PP_Instance instance, PP_Var message) {
-  Journal::Get().Add("post " + Describe(&current->vars(), message));
-  Messaging()->PostMessage(instance, message);
+  if (!BrowserCalls::Get().Note("PPB_Messaging.PostMessage")) {
+    Journal::Get().Add("post " + Describe(&current->vars(), message));
+    browsers<PPB_Messaging>->PostMessage(instance, message);
+  }
 }
 
 int32_t RegisterMessageHandler(PP_Instance instance,
                                void* user_data,
                                const PPP_MessageHandler* handler,
                                PP_Resource loop) {
+  if (BrowserCalls::Get().Note("PPB_Messaging.RegisterMessageHandler")) {
+    return PP_ERROR_FAILED;
+  }
   Registrations& seen = Registrations::Get();
   seen.instance = instance;
   seen.handler = user_data;
   seen.loop = loop;
-  return seen.swallow ? 0 : Messaging()->RegisterMessageHandler(instance, user_data, handler, loop);
+  return seen.swallow
+             ? 0
+             : browsers<PPB_Messaging>->RegisterMessageHandler(instance, user_data, handler, loop);
 }
 
-void UnregisterMessageHandler(PP_Instance instance) {
-  Messaging()->UnregisterMessageHandler(instance);
+// It quits all the same: a browser refuses this to a loop that is at its end already.
+int32_t PostQuit(PP_Resource loop, PP_Bool should_destroy) {
+  const int32_t result = browsers<PPB_MessageLoop>->PostQuit(loop, should_destroy);
+  return BrowserCalls::Get().Note("PPB_MessageLoop.PostQuit") ? PP_ERROR_FAILED : result;
 }
 
-constexpr PPB_Messaging kMessaging = {&PostMessage, &RegisterMessageHandler,
-                                      &UnregisterMessageHandler};
+// What the plug-in has no use for stays out of its tables: a call would end the test.
+
+void Fill(PPB_Core* table) {
+  Wrapped<&PPB_Core::AddRefResource>::Into(table, "PPB_Core.AddRefResource");
+  Wrapped<&PPB_Core::ReleaseResource>::Into(table, "PPB_Core.ReleaseResource");
+}
+
+void Fill(PPB_MessageLoop* table) {
+  using Loop = PPB_MessageLoop;
+  Wrapped<&Loop::Create>::Into(table, "PPB_MessageLoop.Create");
+  Wrapped<&Loop::GetCurrent>::Into(table, "PPB_MessageLoop.GetCurrent");
+  Wrapped<&Loop::AttachToCurrentThread>::Into(table, "PPB_MessageLoop.AttachToCurrentThread",
+                                              PP_ERROR_FAILED);
+  Wrapped<&Loop::Run>::Into(table, "PPB_MessageLoop.Run", PP_ERROR_FAILED);
+  Wrapped<&Loop::PostWork>::Into(table, "PPB_MessageLoop.PostWork", PP_ERROR_FAILED);
+  table->PostQuit = &PostQuit;
+}
+
+void Fill(PPB_Messaging* table) {
+  table->PostMessage = &PostMessage;
+  table->RegisterMessageHandler = &RegisterMessageHandler;
+}
+
+void Fill(PPB_Var* table) {
+  Wrapped<&PPB_Var::AddRef>::Into(table, "PPB_Var.AddRef");
+  Wrapped<&PPB_Var::Release>::Into(table, "PPB_Var.Release");
+  Wrapped<&PPB_Var::VarFromUtf8>::Into(table, "PPB_Var.VarFromUtf8", host::NullVar());
+  Wrapped<&PPB_Var::VarToUtf8>::Into(table, "PPB_Var.VarToUtf8");
+}
+
+void Fill(PPB_VarDictionary* table) {
+  using Dictionary = PPB_VarDictionary;
+  Wrapped<&Dictionary::Create>::Into(table, "PPB_VarDictionary.Create");
+  Wrapped<&Dictionary::Get>::Into(table, "PPB_VarDictionary.Get");
+  Wrapped<&Dictionary::Set>::Into(table, "PPB_VarDictionary.Set", PP_FALSE);
+  Wrapped<&Dictionary::HasKey>::Into(table, "PPB_VarDictionary.HasKey", PP_FALSE);
+}
+
+void Fill(PPB_VarArray*) {}
+
+template <class Table>
+const void* Watched(const void* real) {
+  static Table table = {};
+  browsers<Table> = static_cast<const Table*>(real);
+  Fill(&table);
+  return &table;
+}
 
 const void* GetInterface(const char* name) {
-  return std::strcmp(name, PPB_MESSAGING_INTERFACE) == 0 ? &kMessaging
-                                                         : Browser::GetInterface(name);
+  using Watch = const void* (*)(const void* real);
+  static const std::map<std::string, Watch> kWatches = {
+      {PPB_CORE_INTERFACE, &Watched<PPB_Core>},
+      {PPB_MESSAGELOOP_INTERFACE, &Watched<PPB_MessageLoop>},
+      {PPB_MESSAGING_INTERFACE, &Watched<PPB_Messaging>},
+      {PPB_VAR_INTERFACE, &Watched<PPB_Var>},
+      {PPB_VAR_ARRAY_INTERFACE, &Watched<PPB_VarArray>},
+      {PPB_VAR_DICTIONARY_INTERFACE, &Watched<PPB_VarDictionary>},
+  };
+  BrowserCalls::Get().Note((std::string("interface ") + name).c_str());
+  const void* const real = Browser::GetInterface(name);
+  const auto watch = kWatches.find(name);
+  return real == nullptr || watch == kWatches.end() ? real : watch->second(real);
 }
 
 int32_t Initialize(PP_Module module, PPB_GetInterface) {
@@ -49,6 +143,27 @@ int32_t Initialize(PP_Module module, PPB_GetInterface) {
 }
 
 }  // namespace
+
+BrowserCalls& BrowserCalls::Get() {
+  static BrowserCalls& calls = *new BrowserCalls;  // outlives the plug-in's vars
+  return calls;
+}
+
+std::set<std::string> BrowserCalls::Take() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return std::exchange(names_, {});
+}
+
+void BrowserCalls::Fail(const std::string& name) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  failing_ = name;
+}
+
+bool BrowserCalls::Note(const char* name) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  names_.insert(name);
+  return failing_ == name;
+}
 
 Registrations& Registrations::Get() {
   static Registrations registrations;

@@ -1,14 +1,34 @@
 #ifndef TESTS_PLUGIN_LOAD_LINKED_H_
 #define TESTS_PLUGIN_LOAD_LINKED_H_
 
+#include <mutex>
+#include <set>
+#include <string>
+
 #include "ppapi/c/pp_instance.h"
 #include "ppapi/c/pp_resource.h"
 
 namespace lumivex::test {
 
-// The browser in these tests notes what the plug-in posts, with the types of the vars, as
-// "post {...}" in the journal, and what it registers here. While registrations are swallowed they
-// are answered with success and go no further.
+// The browser's tables in these tests. Their calls go to the browser, are remembered by name
+// ("PPB_Var.AddRef", and "interface PPB_Var;1.2" for asking for a table), and fail on demand. What
+// the plug-in posts appears in the journal as "post {...}" with the types of the vars. Any thread.
+class BrowserCalls {
+ public:
+  static BrowserCalls& Get();
+
+  std::set<std::string> Take();        // names since the last time
+  void Fail(const std::string& name);  // from now on, and no other; none when empty
+  bool Note(const char* name);         // whether the call has to fail
+
+ private:
+  std::mutex mutex_;
+  std::set<std::string> names_;
+  std::string failing_;
+};
+
+// What the plug-in registered last. While registrations are swallowed they are answered with
+// success and go no further.
 struct Registrations {
   static Registrations& Get();
 

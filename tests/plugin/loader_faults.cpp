@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <string>
-#include <utility>
 
 #include "journal.h"
 #include "player_recorder.h"
@@ -32,12 +31,17 @@ int __real_dlclose(void* handle);
 
 void* __wrap_dlopen(const char* path, int mode) {
   Journal::Get().Add(std::string("dlopen ") + path + " " + std::to_string(mode));
-  return LoaderFaults::Get().missing ? nullptr : &player_library;
+  if (LoaderFaults::Get().failing == "dlopen" || LoaderFaults::Get().failing == "dlerror") {
+    return nullptr;
+  }
+  ++LoaderFaults::Get().open;
+  return &player_library;
 }
 
 char* __wrap_dlerror() {
+  static char reason[] = "no such file";
   Journal::Get().Add("dlerror");
-  return const_cast<char*>(std::exchange(LoaderFaults::Get().error, nullptr));
+  return LoaderFaults::Get().failing == "dlerror" ? nullptr : reason;
 }
 
 void* __wrap_dlsym(void* handle, const char* name) {
@@ -45,7 +49,7 @@ void* __wrap_dlsym(void* handle, const char* name) {
     return __real_dlsym(handle, name);
   }
   Journal::Get().Add(std::string("dlsym ") + name);
-  return LoaderFaults::Get().has_entry && std::strcmp(name, "Create") == 0
+  return LoaderFaults::Get().failing != "dlsym" && std::strcmp(name, "Create") == 0
              ? reinterpret_cast<void*>(&CreatePlayer)
              : nullptr;
 }
@@ -55,6 +59,10 @@ int __wrap_dlclose(void* handle) {
     return __real_dlclose(handle);
   }
   Journal::Get().Add("dlclose");
-  return LoaderFaults::Get().close_result;
+  if (LoaderFaults::Get().failing == "dlclose") {
+    return -1;
+  }
+  --LoaderFaults::Get().open;
+  return 0;
 }
 }

@@ -1,6 +1,8 @@
 #ifndef TESTS_PLUGIN_LOADER_FAULTS_H_
 #define TESTS_PLUGIN_LOADER_FAULTS_H_
 
+#include <string>
+
 namespace lumivex::test {
 
 // The dynamic loader as the plug-in's objects see it: it has the player library, or fails as told.
@@ -8,10 +10,9 @@ namespace lumivex::test {
 struct LoaderFaults {
   static LoaderFaults& Get();
 
-  bool missing = false;                // dlopen answers null ...
-  const char* error = "no such file";  // ... and dlerror this, once
-  bool has_entry = true;
-  int close_result = 0;
+  // "dlopen", "dlsym", "dlclose", or "dlerror", which gives no reason for a dlopen that fails.
+  std::string failing;
+  int open = 0;  // handles
 };
 
 }  // namespace lumivex::test

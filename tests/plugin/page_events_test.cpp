@@ -6,39 +6,50 @@
 namespace lumivex::test {
 namespace {
 
+// Events, and the lines on their way, of the numbers in them.
+std::string Error(const std::string& type) {
+  return R"({"event":"PLAYBACK_ERROR_EVENT","type":)" + type + R"(,"extra":0})";
+}
+std::string ErrorLines(const std::string& type) {
+  return "A:OnMessage Error event " + type +
+         " occured. | l:OnError [CZunoPlayerEventListener][OnError] type: [" + type +
+         "], extra: [0] | H:OnError [OnError] PLAYBACK_ERROR_EVENT >> eventType: " + type +
+         ", extra: 0";
+}
+std::string Info(int type, int a, int b) {
+  return R"({"event":"PLAYBACK_INFO_EVENT","type":)" + std::to_string(type) + R"(,"param1":)" +
+         std::to_string(a) + R"(,"param2":)" + std::to_string(b) + "}";
+}
+std::string InfoLines(int type, int a, int b) {
+  const std::string numbers[] = {std::to_string(type), std::to_string(a), std::to_string(b)};
+  return "l:OnInfo [CZunoPlayerEventListener][OnInfo] type: [" + numbers[0] + "], param1: [" +
+         numbers[1] + "], param2: [" + numbers[2] +
+         "] | h:OnInfo [OnInfo] PLAYBACK_INFO_EVENT >> eventType: " + numbers[0] +
+         ", param1: " + numbers[1] + ", param2: " + numbers[2];
+}
+std::string TextLine(const std::string& text) {
+  return "l:OnTimedText [CZunoPlayerEventListener][OnTimedText] pText: " + text;
+}
+std::string DataLine(const std::string& data) {
+  return "l:OnDRMInfo [CZunoPlayerEventListener][OnDRMInfo] type: [0], pData: [" + data + "]";
+}
+
 class PlayerEvents : public PluginTest {
  protected:
-  static Lines ErrorLines(int type) {
-    const std::string number = std::to_string(type);
-    return {AE("OnMessage", "Error event " + number + " occured."),
-            L("OnError", "[CZunoPlayerEventListener][OnError] type: [" + number + "], extra: [0]"),
-            HE("OnError", "[OnError] PLAYBACK_ERROR_EVENT >> eventType: " + number + ", extra: 0")};
-  }
-
-  static Lines InfoLines(int type, int param1, int param2) {
-    const std::string a = std::to_string(type);
-    const std::string b = std::to_string(param1);
-    const std::string c = std::to_string(param2);
-    return {L("OnInfo", "[CZunoPlayerEventListener][OnInfo] type: [" + a + "], param1: [" + b +
-                            "], param2: [" + c + "]"),
-            H("OnInfo", "[OnInfo] PLAYBACK_INFO_EVENT >> eventType: " + a + ", param1: " + b +
-                            ", param2: " + c)};
-  }
-
-  static std::string Error(int type) {
-    return R"({"event":"PLAYBACK_ERROR_EVENT","type":)" + std::to_string(type) + R"(,"extra":0})";
-  }
-
-  static std::string Info(int type, int param1, int param2) {
-    return R"({"event":"PLAYBACK_INFO_EVENT","type":)" + std::to_string(type) + R"(,"param1":)" +
-           std::to_string(param1) + R"(,"param2":)" + std::to_string(param2) + "}";
-  }
-
   // The one event that has come, as JSON text in the order of its keys; empty for none.
   std::string OneEvent() {
     const std::vector<Json> events = Events();
     EXPECT_LE(events.size(), 1U);
     return events.empty() ? "" : events[0].dump();
+  }
+
+  void Expect(int id, void* record, const std::string& event, const std::string& lines) {
+    SCOPED_TRACE(id);
+    EXPECT_EQ(player_.Message(id, record), event.empty() ? -1 : 1);
+    EXPECT_EQ(OneEvent(), event);
+    const std::string first = "a:OnMessage [OnMessage] id: [" + std::to_string(id) + "]";
+    EXPECT_THAT(journal_.Take(),
+                ElementsAreArray(Script(lines.empty() ? first : first + " | " + lines)));
   }
 };
 
@@ -51,68 +62,52 @@ TEST_F(PlayerEvents, EveryMessageOfTheLibrary) {
   MessageRecord no_text(nullptr, 5, 3);
   MessageRecord negative("abc", 0, -1);
   MessageRecord latin("\xe4", 0, 1);
-  const Lines width = {A("GetVideoWidth", "GetVideoWidth() starts."), "player 15(*-1, *-1)",
-                       A("GetVideoWidth", "finishes.")};
-  const Lines height = {A("GetVideoHeight", "GetVideoHeight() starts."), "player 15(*-1, *-1)",
-                        A("GetVideoHeight", "finishes.")};
-  const auto text = [](const std::string& cue_text) {
-    return L("OnTimedText", "[CZunoPlayerEventListener][OnTimedText] pText: " + cue_text);
-  };
-  const auto data = [](const std::string& shown) {
-    return L("OnDRMInfo",
-             "[CZunoPlayerEventListener][OnDRMInfo] type: [0], pData: [" + shown + "]");
-  };
-  const struct {
-    int id;
-    void* record;
-    std::string event;
-    Lines journal;
-  } kCases[] = {
-      {186, nullptr, Error(1), ErrorLines(1)},
-      {134, cue.get(), Error(2), ErrorLines(2)},
-      {182, nullptr, Error(4), ErrorLines(4)},
-      {183, nullptr, Error(5), ErrorLines(5)},
-      {184, nullptr, Error(6), ErrorLines(6)},
-      {187, nullptr, Error(7), ErrorLines(7)},
-      {68, nullptr, Error(8), ErrorLines(8)},
-      {37, nullptr, Error(0), ErrorLines(0)},
-      {0, nullptr, Error(0), ErrorLines(0)},
-      {64, nullptr, Error(0), ErrorLines(0)},
-      {65, nullptr, Error(0), ErrorLines(0)},
-      {66, nullptr, Error(0), ErrorLines(0)},
-      {67, nullptr, Error(0), ErrorLines(0)},
-      {98, nullptr, Error(0), ErrorLines(0)},
-      {32, nullptr, Info(0, 0, 0), InfoLines(0, 0, 0)},
-      {35, cue.get(), Info(7, 0, 0), InfoLines(7, 0, 0)},
-      {96, nullptr, Info(4, 0, 0), InfoLines(4, 0, 0)},
-      {97, nullptr, Info(5, 0, 0), InfoLines(5, 0, 0)},
-      {132, cue.get(), R"({"event":"PLAYBACK_TIMEDTEXT_EVENT","text":"Hello"})", {text("Hello")}},
-      {132, empty.get(), R"({"event":"PLAYBACK_TIMEDTEXT_EVENT","text":""})", {text("")}},
-      {132, latin.get(), R"({"event":"PLAYBACK_TIMEDTEXT_EVENT","text":null})", {text("\xe4")}},
-      {132, no_text.get(), "", {}},
-      {132, nullptr, "", {}},
-      {177, value.get(), Info(9, -9, 0), InfoLines(9, -9, 0)},
-      {177, nullptr, "", {}},
-      {181, drm.get(), R"({"event":"PLAYBACK_DRMINFO_EVENT","type":0,"data":"x"})", {data("x")}},
-      {181, empty.get(), R"({"event":"PLAYBACK_DRMINFO_EVENT","type":0,"data":""})", {data("")}},
-      {181, no_text.get(), "", {}},
-      {181, value.get(), "", {}},
-      {181, negative.get(), "", {}},
-      {181, nullptr, "", {}},
-      {185, nullptr, Info(8, 1280, 720), width + height + InfoLines(8, 1280, 720)},
-      {999, cue.get(), "", {}},
-      {33, nullptr, "", {}},
-      {133, nullptr, "", {}},
-      {-1, nullptr, "", {}},
-  };
-  for (const auto& row : kCases) {
-    SCOPED_TRACE(row.id);
-    EXPECT_EQ(player_.Message(row.id, row.record), row.event.empty() ? -1 : 1);
-    EXPECT_EQ(OneEvent(), row.event);
-    EXPECT_THAT(
-        journal_.Take(),
-        ElementsAreArray(Lines{A("OnMessage", "[OnMessage] id: [" + std::to_string(row.id) + "]")} +
-                         row.journal));
+  for (const auto& [id, type] : std::vector<std::pair<int, const char*>>{{186, "1"},
+                                                                         {134, "2"},
+                                                                         {182, "4"},
+                                                                         {183, "5"},
+                                                                         {184, "6"},
+                                                                         {187, "7"},
+                                                                         {68, "8"},
+                                                                         {37, "0"},
+                                                                         {0, "0"},
+                                                                         {64, "0"},
+                                                                         {65, "0"},
+                                                                         {66, "0"},
+                                                                         {67, "0"},
+                                                                         {98, "0"}}) {
+    Expect(id, id == 134 ? cue.get() : nullptr, Error(type), ErrorLines(type));
+  }
+  Expect(32, nullptr, Info(0, 0, 0), InfoLines(0, 0, 0));
+  Expect(35, cue.get(), Info(7, 0, 0), InfoLines(7, 0, 0));
+  Expect(96, nullptr, Info(4, 0, 0), InfoLines(4, 0, 0));
+  Expect(97, nullptr, Info(5, 0, 0), InfoLines(5, 0, 0));
+  Expect(132, cue.get(), R"({"event":"PLAYBACK_TIMEDTEXT_EVENT","text":"Hello"})",
+         TextLine("Hello"));
+  Expect(132, empty.get(), R"({"event":"PLAYBACK_TIMEDTEXT_EVENT","text":""})", TextLine(""));
+  Expect(132, latin.get(), R"({"event":"PLAYBACK_TIMEDTEXT_EVENT","text":null})", TextLine("\xe4"));
+  Expect(177, value.get(), Info(9, -9, 0), InfoLines(9, -9, 0));
+  Expect(181, drm.get(), R"({"event":"PLAYBACK_DRMINFO_EVENT","type":0,"data":"x"})",
+         DataLine("x"));
+  Expect(181, empty.get(), R"({"event":"PLAYBACK_DRMINFO_EVENT","type":0,"data":""})",
+         DataLine(""));
+  Expect(185, nullptr, Info(8, 1280, 720),
+         "a:GetVideoWidth GetVideoWidth() starts. | player 15(*-1, *-1) | "
+         "a:GetVideoWidth finishes. | a:GetVideoHeight GetVideoHeight() starts. | "
+         "player 15(*-1, *-1) | a:GetVideoHeight finishes. | " +
+             InfoLines(8, 1280, 720));
+  for (const auto& [id, record] : std::vector<std::pair<int, void*>>{{132, no_text.get()},
+                                                                     {132, nullptr},
+                                                                     {177, nullptr},
+                                                                     {181, no_text.get()},
+                                                                     {181, value.get()},
+                                                                     {181, negative.get()},
+                                                                     {181, nullptr},
+                                                                     {999, cue.get()},
+                                                                     {33, nullptr},
+                                                                     {133, nullptr},
+                                                                     {-1, nullptr}}) {
+    Expect(id, record, "", "");
   }
   player_.failing = {15};
   EXPECT_EQ(player_.Message(185), 1);
@@ -126,7 +121,7 @@ TEST_F(PlayerEvents, PositionsInSilenceOfTheAdapter) {
   for (const auto& [position, shown] : kPositions) {
     player_.Position(position);
     EXPECT_EQ(OneEvent(), Info(6, shown, 0));
-    EXPECT_THAT(journal_.Take(), ElementsAreArray(InfoLines(6, shown, 0)));
+    EXPECT_THAT(journal_.Take(), ElementsAreArray(Script(InfoLines(6, shown, 0))));
   }
 }
 

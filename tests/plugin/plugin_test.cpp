@@ -3,6 +3,7 @@
 #include <device_paths.h>
 
 #include <cstdio>
+#include <map>
 #include <optional>
 
 namespace lumivex::test {
@@ -102,6 +103,39 @@ Lines operator+(Lines first, const Lines& second) {
   return first;
 }
 
+Lines Script(const std::string& text, const std::string& function, char sign) {
+  constexpr char kBetween[] = " | ";
+  Lines lines;
+  for (std::size_t at = 0, end = 0; end != std::string::npos && !text.empty();
+       at = end + sizeof kBetween - 1) {
+    end = text.find(kBetween, at);
+    std::string line = text.substr(at, end - at);
+    const bool has_sign = line[0] == '+' || line[0] == '-';
+    if (has_sign && sign != 0 && line[0] != sign) {
+      continue;
+    }
+    const std::string kept = has_sign && sign == 0 ? line.substr(0, 1) : "";
+    line.erase(0, has_sign ? 1 : 0);
+    if (line.size() > 1 && (line[1] == ':' || line[1] == ' ')) {
+      const std::size_t space = line.find(' ');
+      const std::string in = line[1] == ':' ? line.substr(2, space - 2) : function;
+      const std::string message = line.substr(space + 1);
+      const std::map<char, std::string> kinds = {
+          {'h', H(in, message)},
+          {'H', HE(in, message)},
+          {'a', A(in, message)},
+          {'A', AE(in, message)},
+          {'l', L(in, message)},
+          {'t', T(in, message)},
+          {'K', LogLine(2, 6, "KPP_BASE", "LumivexMessageHandler.h", "CLumivexPluginInstance",
+                        "[PluginLogging] " + message)}};
+      line = kinds.at(line[0]);
+    }
+    lines.push_back(kept + line);
+  }
+  return lines;
+}
+
 void PluginTest::SetUp() {
   device_paths_set_root(LUMIVEX_TEST_SYSROOT);
   PlayerRecorder::Reset();
@@ -159,7 +193,8 @@ std::string PluginTest::Send(const Json& message, const MoreVars& more, Page* pa
     const host::OwnedVar name(vars, vars->FromUtf8(key));
     vars->DictionarySet(request.get(), name.get(), value);
   }
-  const Page::VarAnswer answer = (page == nullptr ? *page_ : *page).SendBlockingVar(request.get());
+  const Page::VarAnswer answer =
+      (page == nullptr ? *page_ : *page).SendBlockingVar(request.get(), patience_);
   return answer.outcome == Page::Outcome::kAnswered
              ? Describe(vars, answer.value.get())
              : "no answer: " + std::to_string(static_cast<int>(answer.outcome));

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -57,6 +58,13 @@ std::string NoTuner();
 // Lists put together.
 Lines operator+(Lines first, const Lines& second);
 
+// A journal in short, its lines set apart by " | ". "h:F text" is a line that the message handler
+// logs in function F, H one at error priority, a and A the adapter's, l and t those of the player's
+// and the tuner's listener, K the instance's; any other line stands as it is. Without ":F" the
+// function is the one given. Of lines that begin with + or -, those with the other sign are left
+// out; with no sign given, they keep theirs.
+Lines Script(const std::string& text, const std::string& function = "", char sign = 0);
+
 // Loads the plug-in as the test program does: the real library, or the objects linked into it.
 bool LoadPlugin(Browser* browser, std::string* error);
 
@@ -89,6 +97,7 @@ class PluginTest : public testing::Test {
 
   std::vector<Json> Events(Page* page = nullptr);  // that have come
 
+  std::chrono::milliseconds patience_ = Page::kPatience;
   std::shared_ptr<PrivateServices> services_ = std::make_shared<PrivateServices>();
   PlayerRecorder& player_ = PlayerRecorder::Get();
   TunerRecorder& tuner_ = TunerRecorder::Get();

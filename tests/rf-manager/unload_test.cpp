@@ -39,7 +39,7 @@ TEST(Unload, LeavesNothingBehind) {
       EXPECT_TRUE(log.WaitFor(1));
       EXPECT_TRUE(tune(manager, 5, 1, 1, 4097));
     }).join();
-    EXPECT_EQ(CountThreads(), threads + 1);
+    EXPECT_TRUE(ThreadsComeTo(threads + 1));
     if (release) {
       give_back();
     }

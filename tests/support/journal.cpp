@@ -130,5 +130,5 @@ int __dlog_print(int buffer, int priority, const char* tag, const char* format, 
     entry += " (from no source line)";
   }
   Journal::Get().Add(std::move(entry), whole_format);
-  return length;
+  return Journal::Get().log_fails ? -1 : length;
 }

@@ -6,6 +6,7 @@
 
 #include <sys/types.h>
 
+#include <atomic>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -27,6 +28,8 @@ class Journal {
   std::vector<Entry> TakeEntries();  // since the last time
   std::vector<std::string> Take();   // their texts
   void Pause(bool paused);           // while paused nothing is kept
+
+  std::atomic<bool> log_fails{false};  // what the log then answers
 
  private:
   std::mutex mutex_;

@@ -24,11 +24,15 @@ struct Player {
   void* position_user = nullptr;
 };
 
-Player players[1000];  // never freed: a stale call finds its object
+Player players[2000];  // never freed: a stale call finds its object
 int players_used = 0;
 
 PlayerRecorder& Answers() {
   return PlayerRecorder::Get();
+}
+
+bool Fills(int position, bool success) {
+  return success && Answers().silent.count(position) == 0;
 }
 
 // Records a call; the result is what an operation that answers success has to say.
@@ -50,8 +54,8 @@ std::string Held(const int* output) {
   return "*" + std::to_string(*output);
 }
 
-void Fill(int* output, bool success) {
-  if (success) {
+void Fill(int* output, int position, bool success) {
+  if (Fills(position, success)) {
     *output = Answers().number;
   }
 }
@@ -75,19 +79,20 @@ bool OneInteger(void* self, int value) {
 template <int kPosition>
 bool OneOutput(void* self, int* output) {
   const bool success = Call(self, kPosition, Held(output));
-  Fill(output, success);
+  Fill(output, kPosition, success);
   return success;
 }
 
 template <int kPosition>
 bool StreamOutput(void* self, int stream_type, int* output) {
   const bool success = Call(self, kPosition, Text(stream_type) + ", " + Held(output));
-  Fill(output, success);
+  Fill(output, kPosition, success);
   return success;
 }
 
 void Delete(void* self) {
   Call(self, 1, "");
+  --Answers().alive;
   if (Answers().on_delete) {
     Answers().on_delete();
   }
@@ -99,15 +104,16 @@ bool InitPlayer(void* self, const char* url, unsigned int time_offset) {
 
 int SetDrmInfo(
     void* self, const char* name, int name_length, const char* data, int data_length, int last) {
-  Call(self, 14,
-       Quote(std::string(name, static_cast<std::size_t>(name_length))) + ", " +
-           Quote(std::string(data, static_cast<std::size_t>(data_length))) + ", " + Text(last));
-  return Answers().drm_result;
+  const bool success =
+      Call(self, 14,
+           Quote(std::string(name, static_cast<std::size_t>(name_length))) + ", " +
+               Quote(std::string(data, static_cast<std::size_t>(data_length))) + ", " + Text(last));
+  return success ? 0 : Answers().drm_failure;
 }
 
 bool GetResolution(void* self, int* width, int* height) {
   const bool success = Call(self, 15, Held(width) + ", " + Held(height));
-  if (success) {
+  if (Fills(15, success)) {
     *width = Answers().width;
     *height = Answers().height;
   }
@@ -120,7 +126,9 @@ bool SetPlaySpeed(void* self, float speed) {
 
 bool GetAvailableBitrates(void* self, std::vector<unsigned int>* bitrates) {
   const bool success = Call(self, 30, "*" + std::to_string(bitrates->size()) + " bitrates");
-  *bitrates = Answers().bitrates;  // on failure too: the plug-in must not look at them then
+  if (Fills(30, true)) {  // on failure too: the plug-in must not look at them then
+    *bitrates = Answers().bitrates;
+  }
   return success;
 }
 
@@ -129,8 +137,10 @@ bool GetStreamLanguageCode(
   const bool success = Call(
       self, 36,
       Text(stream_type) + ", " + Text(index) + ", *" + Quote(*language) + ", *" + Quote(*further));
-  *language = Answers().language;
-  *further = "for nobody";
+  if (Fills(36, true)) {
+    *language = Answers().language;
+    *further = "for nobody";
+  }
   return success;
 }
 
@@ -220,6 +230,7 @@ std::array<void*, kOperations> MakeTable(std::index_sequence<kPositions...>) {
 }  // namespace
 
 MessageRecord::MessageRecord(const char* data, std::uint32_t percent, std::int32_t value) {
+  std::memset(bytes_, 0x5a, sizeof bytes_);  // whatever is read besides shows
   std::memcpy(bytes_, &data, sizeof data);
   std::memcpy(bytes_ + 8, &percent, sizeof percent);
   std::memcpy(bytes_ + 432, &value, sizeof value);
@@ -242,6 +253,7 @@ void* PlayerRecorder::Create() {
   if (!creates) {
     return nullptr;
   }
+  ++alive;
   Player* const player = &players[players_used++];
   *player = Player{};
   player->table = table.data();

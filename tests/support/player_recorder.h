@@ -23,7 +23,7 @@ class MessageRecord {
   void* get() { return bytes_; }
 
  private:
-  alignas(8) unsigned char bytes_[440] = {};
+  alignas(8) unsigned char bytes_[440];
 };
 
 struct PlayerRecorder {
@@ -39,7 +39,8 @@ struct PlayerRecorder {
   // What the library answers.
   bool creates = true;
   std::set<int> failing;  // positions
-  int drm_result = 0;
+  std::set<int> silent;   // positions that answer success and leave their outputs alone
+  int drm_failure = -5;   // of the position that answers a number
   int width = 1280;
   int height = 720;
   int number = 4711;  // of every other integer output
@@ -50,6 +51,8 @@ struct PlayerRecorder {
   std::function<void(int position)> on_call;
   // Called while a player is being deleted, as the library ends its threads there.
   std::function<void()> on_delete;
+
+  int alive = 0;  // players
 
   // What the last player was given.
   int (*message_callback)(int id, void* record, void* user) = nullptr;

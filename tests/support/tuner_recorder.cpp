@@ -24,26 +24,36 @@ TunerRecorder& Answers() {
   return TunerRecorder::Get();
 }
 
-bool Call(const CRFManager* manager, const std::string& name, const std::string& arguments) {
+std::string Shown(bool value) {
+  return value ? "true" : "false";
+}
+template <class Number>
+std::string Shown(Number value) {
+  return std::to_string(value);
+}
+template <class Number>
+std::string Shown(Number* output) {
+  return "*" + std::to_string(*output);
+}
+std::string Shown(std::string* output) {
+  return "*" + Quote(*output);
+}
+
+template <class... Arguments>
+bool Call(const CRFManager* manager, const char* name, Arguments... arguments) {
   const std::ptrdiff_t number = reinterpret_cast<const Slot*>(manager) - slots + 1;
+  std::string text;
+  ((text += (text.empty() ? "" : ", ") + Shown(arguments)), ...);
   Journal::Get().Add("tuner" + (number == 1 ? "" : std::to_string(number)) + " " + name + "(" +
-                     arguments + ")");
+                     text + ")");
   return Answers().failing.count(name) == 0;
 }
 
-template <class Output>
-bool Get(const CRFManager* manager,
-         const std::string& name,
-         const std::string& arguments,
-         Output* output,
-         Output answer) {
-  *output = answer;
-  return Call(manager, name, arguments);
-}
-
-template <class Integer>
-std::string Held(const Integer* output) {
-  return "*" + std::to_string(*output);
+// Also on failure there is an answer.
+template <class Output, class Answer>
+bool Fill(Output* output, const Answer& answer, bool success) {
+  *output = static_cast<Output>(answer);
+  return success;
 }
 
 }  // namespace
@@ -70,8 +80,7 @@ void TunerRecorder::Event(unsigned int type, int param1, const std::string& para
 
 using lumivex::test::Answers;
 using lumivex::test::Call;
-using lumivex::test::Get;
-using lumivex::test::Held;
+using lumivex::test::Fill;
 using lumivex::test::Journal;
 using lumivex::test::Quote;
 
@@ -80,7 +89,7 @@ int CAppUtil::GetKelvoAppIDByPID(int pid, char* buffer, int size) {
   Journal::Get().Add(std::string("tuner GetKelvoAppIDByPID(") +
                      (pid == getppid() ? "parent" : std::to_string(pid)) + ", " +
                      (zeroed ? "zeros" : "not zeroed") + ", " + std::to_string(size) + ")");
-  if (!Answers().has_application_id) {
+  if (Answers().failing.count("GetKelvoAppIDByPID") == 1) {
     return -1;
   }
   std::snprintf(buffer, static_cast<std::size_t>(size), "org.example.page");
@@ -91,14 +100,16 @@ CRFManager* CRFManager::GetInstance(const char* applicationId, bool flag, _Eo_Op
   Journal::Get().Add("tuner GetInstance(" + Quote(applicationId) + ", " +
                      (flag ? "true" : "false") + ", " + (object == nullptr ? "null" : "object") +
                      ")");
-  if (!Answers().gives_instance) {
+  if (Answers().failing.count("GetInstance") == 1) {
     return nullptr;
   }
+  ++Answers().held;
   return reinterpret_cast<CRFManager*>(&lumivex::test::slots[lumivex::test::slots_used++]);
 }
 
 void CRFManager::ReleaseInstance() {
   Journal::Get().Add("tuner ReleaseInstance()");
+  --Answers().held;
   if (Answers().on_release) {
     Answers().on_release();
   }
@@ -106,76 +117,25 @@ void CRFManager::ReleaseInstance() {
 
 bool CRFManager::RegisterRFEventHandler(IEventListener* listener) {
   reinterpret_cast<lumivex::test::Slot*>(this)->listener = listener;
-  return Call(this, "RegisterRFEventHandler", listener == nullptr ? "null" : "listener");
+  return Call(this, __func__, listener != nullptr);
 }
 
-bool CRFManager::SetSubtitleWindowSubsurface(unsigned int window) {
-  return Call(this, "SetSubtitleWindowSubsurface", std::to_string(window));
-}
-
-bool CRFManager::ShowSubtitleWindow() {
-  return Call(this, "ShowSubtitleWindow", "");
-}
-
-bool CRFManager::SetChType(LUMIVEX_CHANNEL_TYPE type) {
-  return Call(this, "SetChType", std::to_string(type));
-}
-
-bool CRFManager::TuneRFChannel(int major, int minor, int programNumber, int transportStreamId) {
-  return Call(this, "TuneRFChannel",
-              std::to_string(major) + ", " + std::to_string(minor) + ", " +
-                  std::to_string(programNumber) + ", " + std::to_string(transportStreamId));
-}
-
-bool CRFManager::GetNumOfMultiAudio(unsigned int* count) {
-  return Get(this, "GetNumOfMultiAudio", Held(count), count,
-             static_cast<unsigned int>(Answers().number));
-}
-
-bool CRFManager::GetNumOfSubtitle(unsigned int* count) {
-  return Get(this, "GetNumOfSubtitle", Held(count), count,
-             static_cast<unsigned int>(Answers().number));
-}
-
-bool CRFManager::GetCurrentAudioIndex(int* index) {
-  return Get(this, "GetCurrentAudioIndex", Held(index), index, Answers().number);
-}
-
-bool CRFManager::GetCurrentSubtitleIndex(int* index) {
-  return Get(this, "GetCurrentSubtitleIndex", Held(index), index, Answers().number);
-}
-
-bool CRFManager::ChangeAudioByIndex(unsigned int index) {
-  return Call(this, "ChangeAudioByIndex", std::to_string(index));
-}
-
-bool CRFManager::ChangeSubtitleByIndex(int index) {
-  return Call(this, "ChangeSubtitleByIndex", std::to_string(index));
-}
-
-bool CRFManager::GetSubtitleMode(CTVSHandler::LUMIVEX_SUBTITLE_MODE* mode) {
-  return Get(this, "GetSubtitleMode", "", mode,
-             static_cast<CTVSHandler::LUMIVEX_SUBTITLE_MODE>(Answers().number));
-}
-
-bool CRFManager::SetSubtitleMode(CTVSHandler::LUMIVEX_SUBTITLE_MODE mode) {
-  return Call(this, "SetSubtitleMode", std::to_string(mode));
-}
-
-bool CRFManager::GetSubtitleStatus(bool* shown) {
-  return Get(this, "GetSubtitleStatus", "", shown, Answers().shown);
-}
-
-bool CRFManager::SetSubtitleStatus(bool shown) {
-  return Call(this, "SetSubtitleStatus", shown ? "true" : "false");
-}
-
-bool CRFManager::GetMultiAudioLanguageByIndex(unsigned int index, std::string* language) {
-  return Get(this, "GetMultiAudioLanguageByIndex", std::to_string(index) + ", *" + Quote(*language),
-             language, Answers().language);
-}
-
-bool CRFManager::GetSubtitleLanguageByIndex(unsigned int index, std::string* language) {
-  return Get(this, "GetSubtitleLanguageByIndex", std::to_string(index) + ", *" + Quote(*language),
-             language, Answers().language);
-}
+// clang-format off
+using Mode = CTVSHandler::LUMIVEX_SUBTITLE_MODE;
+bool CRFManager::SetSubtitleWindowSubsurface(unsigned int id) { return Call(this, __func__, id); }
+bool CRFManager::ShowSubtitleWindow() { return Call(this, __func__); }
+bool CRFManager::SetChType(LUMIVEX_CHANNEL_TYPE type) { return Call(this, __func__, int{type}); }
+bool CRFManager::TuneRFChannel(int a, int b, int c, int d) { return Call(this, __func__, a, b, c, d); }
+bool CRFManager::GetNumOfMultiAudio(unsigned int* n) { return Fill(n, Answers().number, Call(this, __func__, n)); }
+bool CRFManager::GetNumOfSubtitle(unsigned int* n) { return Fill(n, Answers().number, Call(this, __func__, n)); }
+bool CRFManager::GetCurrentAudioIndex(int* n) { return Fill(n, Answers().number, Call(this, __func__, n)); }
+bool CRFManager::GetCurrentSubtitleIndex(int* n) { return Fill(n, Answers().number, Call(this, __func__, n)); }
+bool CRFManager::ChangeAudioByIndex(unsigned int index) { return Call(this, __func__, index); }
+bool CRFManager::ChangeSubtitleByIndex(int index) { return Call(this, __func__, index); }
+bool CRFManager::GetSubtitleMode(Mode* mode) { return Fill(mode, Answers().number, Call(this, __func__)); }
+bool CRFManager::SetSubtitleMode(Mode mode) { return Call(this, __func__, int{mode}); }
+bool CRFManager::GetSubtitleStatus(bool* shown) { return Fill(shown, Answers().shown, Call(this, __func__)); }
+bool CRFManager::SetSubtitleStatus(bool shown) { return Call(this, __func__, shown); }
+bool CRFManager::GetMultiAudioLanguageByIndex(unsigned int i, std::string* s) { return Fill(s, Answers().language, Call(this, __func__, i, s)); }
+bool CRFManager::GetSubtitleLanguageByIndex(unsigned int i, std::string* s) { return Fill(s, Answers().language, Call(this, __func__, i, s)); }
+// clang-format on

@@ -20,12 +20,12 @@ struct TunerRecorder {
   void Event(unsigned int type, int param1, const std::string& param2, int instance = 1);
 
   // What the service answers.
-  bool gives_instance = true;
-  bool has_application_id = true;
-  std::set<std::string> failing;  // names
+  std::set<std::string> failing;  // names, "GetInstance" and "GetKelvoAppIDByPID" among them
   int number = 3;                 // of every integer output; also written on failure
   bool shown = true;
   std::string language = "deu";
+
+  int held = 0;  // instances
 
   // Called while an instance is being released, as the service ends its thread there.
   std::function<void()> on_release;

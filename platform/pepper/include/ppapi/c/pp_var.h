@@ -1,6 +1,7 @@
 #ifndef PPAPI_C_PP_VAR_H_
 #define PPAPI_C_PP_VAR_H_
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include "ppapi/c/pp_bool.h"
@@ -36,7 +37,8 @@ struct PP_Var {
 };
 
 #ifdef __cplusplus
-static_assert(sizeof(PP_Var) == 16, "PP_Var is part of the binary interface");
+static_assert(sizeof(PP_Var) == 16 && offsetof(PP_Var, value) == 8,
+              "PP_Var is part of the binary interface");
 #endif
 
 #endif

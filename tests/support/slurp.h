@@ -1,5 +1,5 @@
-#ifndef TESTS_DESKTOP_SLURP_H_
-#define TESTS_DESKTOP_SLURP_H_
+#ifndef TESTS_SUPPORT_SLURP_H_
+#define TESTS_SUPPORT_SLURP_H_
 
 #include <fstream>
 #include <sstream>
@@ -13,4 +13,4 @@ inline std::string Slurp(const std::string& file) {
   return text.str();
 }
 
-#endif  // TESTS_DESKTOP_SLURP_H_
+#endif  // TESTS_SUPPORT_SLURP_H_

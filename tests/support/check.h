@@ -1,13 +1,13 @@
-#ifndef FUZZ_CHECK_H_
-#define FUZZ_CHECK_H_
+#ifndef TESTS_SUPPORT_CHECK_H_
+#define TESTS_SUPPORT_CHECK_H_
 
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
-namespace lumivex::fuzz {
+namespace lumivex::test {
 
-// A broken promise ends the run, so that the fuzzer keeps the input.
+// A broken promise ends the process: a fuzzer keeps the input, and a run is over.
 inline void Check(bool kept, const char* promise, const std::string& seen = "") {
   if (!kept) {
     std::fprintf(stderr, "BROKEN: %s: %s\n", promise, seen.c_str());
@@ -15,6 +15,6 @@ inline void Check(bool kept, const char* promise, const std::string& seen = "") 
   }
 }
 
-}  // namespace lumivex::fuzz
+}  // namespace lumivex::test
 
-#endif  // FUZZ_CHECK_H_
+#endif  // TESTS_SUPPORT_CHECK_H_

@@ -1,22 +1,12 @@
-#ifndef FUZZ_MESSAGE_READER_H_
-#define FUZZ_MESSAGE_READER_H_
+#ifndef TESTS_SUPPORT_MESSAGE_READER_H_
+#define TESTS_SUPPORT_MESSAGE_READER_H_
 
-#include <array>
 #include <string>
 #include <string_view>
 
 #include "host/vars.h"
 
-namespace lumivex::fuzz {
-
-// What the page is promised of a command.
-struct Command {
-  const char* name;
-  char value;        // of the reply: b bool, i int32, d double, s string, x bool or int32
-  const char* keys;  // that a request must have, each ended by a blank; a string when after "
-  char tuner;        // o: obtains the tuner, u: only uses it, t: and also refuses track types
-};
-extern const std::array<Command, 34> kCommands;
+namespace lumivex::test {
 
 // Reads messages out of any bytes. The text is JSON for the most part, with these liberties:
 //   commas, colons and blanks say nothing; what is missing at the end is made up
@@ -43,6 +33,6 @@ class MessageReader {
   std::string_view text_;
 };
 
-}  // namespace lumivex::fuzz
+}  // namespace lumivex::test
 
-#endif  // FUZZ_MESSAGE_READER_H_
+#endif  // TESTS_SUPPORT_MESSAGE_READER_H_

@@ -5,44 +5,9 @@
 #include <cstdlib>
 #include <limits>
 
-namespace lumivex::fuzz {
+#include "promises.h"
 
-const std::array<Command, 34> kCommands = {{
-    {"HasPlayerPrivilege", 'b', "", '-'},
-    {"SetDataSource", 'b', "\"url ", '-'},
-    {"Start", 'b', "", '-'},
-    {"Stop", 'b', "", '-'},
-    {"Pause", 'b', "", '-'},
-    {"Resume", 'b', "", '-'},
-    {"SeekTo", 'b', "msec ", '-'},
-    {"SetPlaybackSpeed", 'b', "speed ", '-'},
-    {"GetPlaybackSpeed", 'd', "", '-'},
-    {"SetDisplayArea", 'b', "x y width height ", '-'},
-    {"GetCurrentPosition", 'i', "", '-'},
-    {"GetDuration", 'i', "", '-'},
-    {"GetVideoWidth", 'i', "", '-'},
-    {"GetVideoHeight", 'i', "", '-'},
-    {"GetNumOfTracks", 'i', "trackType ", '-'},
-    {"GetSelectedTrack", 'i', "trackType ", '-'},
-    {"SelectTrack", 'b', "trackType index ", '-'},
-    {"GetTrackLanguageCode", 's', "trackType index ", '-'},
-    {"SetTimedTextSource", 'b', "\"URI ", '-'},
-    {"SetDRMProperty", 'b', "type propertyData ", '-'},
-    {"GetAvailableBitrates", 's', "", '-'},
-    {"GetPlayerVersion", 's', "", '-'},
-    {"HasRFManagerPrivilege", 'b', "", '-'},
-    {"GetRFManagerVersion", 's', "", '-'},
-    {"SetChannelType", 'b', "channelType ", 'o'},
-    {"TuneRFChannel", 'b', "ptc major minor programNum transportStreamID ", 'o'},
-    {"GetNumOfRFTracks", 'i', "trackType ", 't'},
-    {"GetSelectedRFTrack", 'i', "trackType ", 't'},
-    {"SelectRFTrack", 'b', "trackType index ", 't'},
-    {"GetRFSubtitleMode", 'i', "", 'u'},
-    {"SetRFSubtitleMode", 'b', "subtitleMode ", 'u'},
-    {"GetRFSubtitleStatus", 'x', "", 'u'},
-    {"SetRFSubtitleStatus", 'b', "showStatus ", 'u'},
-    {"GetRFTrackLanguageCode", 's', "trackType index ", 't'},
-}};
+namespace lumivex::test {
 
 namespace {
 
@@ -176,4 +141,4 @@ host::OwnedVar MessageReader::Value(int depth) {
   }
 }
 
-}  // namespace lumivex::fuzz
+}  // namespace lumivex::test

@@ -1,0 +1,18 @@
+# GTest and GMock: the installed ones, or built from source where those are for another machine.
+set(LUMIVEX_GOOGLETEST "" CACHE PATH
+    "Source of the test framework. When set, it is built for the target; else the installed one is used.")
+if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
+  message(FATAL_ERROR "the tests of another machine's build need an emulator (qemu-user)")
+endif()
+
+if(NOT LUMIVEX_GOOGLETEST)
+  find_package(GTest REQUIRED)
+  return()
+endif()
+if(NOT EXISTS "${LUMIVEX_GOOGLETEST}/CMakeLists.txt")
+  message(FATAL_ERROR "LUMIVEX_GOOGLETEST is \"${LUMIVEX_GOOGLETEST}\", where no test framework is")
+endif()
+set(INSTALL_GTEST OFF)
+add_subdirectory("${LUMIVEX_GOOGLETEST}" "${PROJECT_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL SYSTEM)
+# Our warnings are not for it.
+set_property(TARGET gtest gtest_main gmock gmock_main PROPERTY COMPILE_OPTIONS "")

@@ -1,0 +1,34 @@
+#ifndef TESTS_SUPPORT_PROCESS_H_
+#define TESTS_SUPPORT_PROCESS_H_
+
+// What this process has of threads and of open files.
+
+#include <unistd.h>
+
+#include <cstddef>
+#include <filesystem>
+
+namespace lumivex::test {
+
+inline std::ptrdiff_t CountEntries(const char* directory) {
+  namespace fs = std::filesystem;
+  return std::distance(fs::directory_iterator(directory), fs::directory_iterator());
+}
+inline std::ptrdiff_t CountThreads() {
+  return CountEntries("/proc/self/task");
+}
+inline std::ptrdiff_t CountFiles() {
+  return CountEntries("/proc/self/fd");
+}
+
+// A joined thread may be listed a moment longer.
+inline bool ThreadsComeTo(std::ptrdiff_t count) {
+  for (int i = 0; i < 1000 && CountThreads() != count; ++i) {
+    usleep(1000);
+  }
+  return CountThreads() == count;
+}
+
+}  // namespace lumivex::test
+
+#endif  // TESTS_SUPPORT_PROCESS_H_
