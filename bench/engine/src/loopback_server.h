@@ -1,0 +1,43 @@
+#ifndef BENCH_ENGINE_SRC_LOOPBACK_SERVER_H_
+#define BENCH_ENGINE_SRC_LOOPBACK_SERVER_H_
+
+#include <QByteArray>
+#include <QTcpServer>
+#include <QThread>
+#include <map>
+#include <string>
+
+class QTcpSocket;
+
+namespace lumivex::bench {
+
+struct Document {
+  QByteArray type;
+  QByteArray body;
+};
+
+// Answers GET requests on the loopback interface from memory, on a thread of its own and with
+// connections that stay open: about the least that an HTTP service can do.
+class LoopbackServer {
+ public:
+  // By path, "/" first.
+  explicit LoopbackServer(std::map<std::string, Document> documents);
+  ~LoopbackServer();
+  LoopbackServer(const LoopbackServer&) = delete;
+  LoopbackServer& operator=(const LoopbackServer&) = delete;
+
+  int port() const { return port_; }  // 0: it could not be opened
+
+ private:
+  void Accept();
+  void Answer(QTcpSocket* socket) const;
+
+  const std::map<std::string, Document> documents_;
+  QThread thread_;
+  QTcpServer* server_;  // lives and ends on the thread
+  int port_ = 0;
+};
+
+}  // namespace lumivex::bench
+
+#endif  // BENCH_ENGINE_SRC_LOOPBACK_SERVER_H_
