@@ -59,10 +59,11 @@ class CLumivexMessageHandler : public PPBaseMessageHandler {
 
  private:
   // Checks a request up to and including its command, logging for the hook at site. Null when it
-  // passed. Sets moduleName as soon as it is known.
-  const RequestRefusal* CheckRequest(const pp::Var& message,
+  // passed. Sets moduleName and command as soon as they are known.
+  const RequestRefusal* CheckRequest(const pp::VarDictionary& request,
                                      const LogSite& site,
-                                     std::string* moduleName) const;
+                                     std::string* moduleName,
+                                     std::string* command) const;
 
   // Makes sure that there is a tuner instance; false when it could not be obtained.
   bool InitRFManager();
@@ -106,7 +107,7 @@ class CLumivexMessageHandler : public PPBaseMessageHandler {
   pp::Var GetRFTrackLanguageCode(const pp::VarDictionary& request);
 
   // Replies of the commands.
-  pp::Var Success(const pp::Var& value);
+  pp::Var Success(pp::Var value);
   pp::Var Refuse(const RequestRefusal& refusal);
 
   // Parts that several commands share, logging for the command at site.

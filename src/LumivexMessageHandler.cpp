@@ -4,6 +4,7 @@
 
 #include <initializer_list>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "ExtensionSystemQuorvel.h"
@@ -86,8 +87,14 @@ bool HasKeys(const pp::VarDictionary& request, std::initializer_list<const char*
   return true;
 }
 
-bool HasString(const pp::VarDictionary& request, const char* key) {
-  return request.HasKey(key) && request.Get(key).is_string();
+// Asks the browser once. False when the key is missing or holds something else.
+bool GetString(const pp::VarDictionary& request, const char* key, std::string* text) {
+  const pp::Var value = request.Get(key);
+  if (!value.is_string()) {
+    return false;
+  }
+  *text = value.AsString();
+  return true;
 }
 
 int32_t Int(const pp::VarDictionary& request, const char* key) {
@@ -227,17 +234,13 @@ void CLumivexMessageHandler::Register() {
 
 // Requests and replies.
 
-const RequestRefusal* CLumivexMessageHandler::CheckRequest(const pp::Var& message,
+const RequestRefusal* CLumivexMessageHandler::CheckRequest(const pp::VarDictionary& request,
                                                            const LogSite& site,
-                                                           std::string* moduleName) const {
-  if (!message.is_dictionary()) {
-    return &kNotDictionary;
-  }
-  const pp::VarDictionary request(message);
-  if (!HasString(request, "moduleName")) {
+                                                           std::string* moduleName,
+                                                           std::string* command) const {
+  if (!GetString(request, "moduleName", moduleName)) {
     return &kNoModuleName;
   }
-  *moduleName = String(request, "moduleName");
   LUMIVEX_DEBUG(LUMIVEX_LOG_LINE_AT(site, "=================> moduleName: %s"),
                 moduleName->c_str());
   // The module name selects the privilege to test and nothing else: a name that is neither of the
@@ -248,17 +251,21 @@ const RequestRefusal* CLumivexMessageHandler::CheckRequest(const pp::Var& messag
   if (*moduleName == kRFManagerModule && !m_hasLumivexRFMangerPrivilege) {
     return &kNoRFManagerPrivilege;
   }
-  return HasString(request, "command") ? nullptr : &kNoCommand;
+  return GetString(request, "command", command) ? nullptr : &kNoCommand;
 }
 
 pp::Var CLumivexMessageHandler::HandleBlockingMessageImpl(pp::InstanceHandle,
                                                           const pp::Var& message) {
-  std::string moduleName;
-  if (const RequestRefusal* refusal = CheckRequest(message, LUMIVEX_LOG_SITE, &moduleName)) {
-    return Refuse(*refusal);
+  if (!message.is_dictionary()) {
+    return Refuse(kNotDictionary);
   }
   const pp::VarDictionary request(message);
-  const std::string command = String(request, "command");
+  std::string moduleName;
+  std::string command;
+  if (const RequestRefusal* refusal =
+          CheckRequest(request, LUMIVEX_LOG_SITE, &moduleName, &command)) {
+    return Refuse(*refusal);
+  }
   LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("=================> command: %s"), command.c_str());
   const auto found = m_messageMap.find(command);
   if (found == m_messageMap.end()) {
@@ -272,13 +279,15 @@ void CLumivexMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
                                                const pp::Var& message) {
   const pp::Instance page(instance.pp_instance());
   std::string moduleName;
-  const RequestRefusal* refusal = CheckRequest(message, LUMIVEX_LOG_SITE, &moduleName);
+  std::string command;
+  const RequestRefusal* refusal =
+      message.is_dictionary()
+          ? CheckRequest(pp::VarDictionary(message), LUMIVEX_LOG_SITE, &moduleName, &command)
+          : &kNotDictionaryPosted;
   std::string name;
   if (refusal == nullptr) {
     refusal = &kPosted;
-    name = String(pp::VarDictionary(message), "command");
-  } else if (refusal == &kNotDictionary) {
-    refusal = &kNotDictionaryPosted;
+    name = command;
   } else if (refusal == &kNoPlayerPrivilege) {
     LUMIVEX_ERROR(LUMIVEX_LOG_LINE("[LumivexMessageHandler] m_hasLumivexPlayerPrivilege fail"));
     name = moduleName;
@@ -289,8 +298,8 @@ void CLumivexMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
                refusal->message);
 }
 
-pp::Var CLumivexMessageHandler::Success(const pp::Var& value) {
-  return createMessage(0, value, std::string(), std::string());
+pp::Var CLumivexMessageHandler::Success(pp::Var value) {
+  return createMessage(0, std::move(value), std::string(), std::string());
 }
 
 pp::Var CLumivexMessageHandler::Refuse(const RequestRefusal& refusal) {
@@ -326,10 +335,10 @@ pp::Var CLumivexMessageHandler::Query(int (ILumivexPlayer::*operation)(),
 }
 
 pp::Var CLumivexMessageHandler::SetDataSource(const pp::VarDictionary& request) {
-  if (!HasString(request, "url")) {
+  std::string url;
+  if (!GetString(request, "url", &url)) {
     return Refuse(kNoUrl);
   }
-  const std::string url = String(request, "url");
   if (url.empty()) {
     return Refuse(kInvalidParameter);
   }
@@ -505,10 +514,10 @@ pp::Var CLumivexMessageHandler::GetTrackLanguageCode(const pp::VarDictionary& re
 }
 
 pp::Var CLumivexMessageHandler::SetTimedTextSource(const pp::VarDictionary& request) {
-  if (!HasString(request, "URI")) {
+  std::string filePath;
+  if (!GetString(request, "URI", &filePath)) {
     return Refuse(kInvalidParameter);
   }
-  const std::string filePath = String(request, "URI");
   LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetTimedTextSource] filePath: [%s]"), filePath.c_str());
   const bool result = m_pLumivexPlayer->SetTimedTextSource(filePath);
   if (!result) {

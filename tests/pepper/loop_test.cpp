@@ -1,11 +1,10 @@
 // The thread with a message loop of its own.
 
-#include <unistd.h>
-
 #include <atomic>
 #include <thread>
 
 #include "pepper_test.h"
+#include "ppapi/c/pp_errors.h"
 #include "ppapi/cpp/message_loop.h"
 #include "ppapi/quorvel/simple_thread_await_loop.h"
 #include "process.h"
@@ -17,9 +16,7 @@ class AwaitLoop : public PepperTest {
  protected:
   void SetUp() override {
     PepperTest::SetUp();
-    // A sanitizer's own thread comes with the first; a joined thread may be listed a moment longer.
-    std::thread([] {}).join();
-    usleep(20000);
+    StartFirstThread();
     Open();
   }
 
@@ -55,11 +52,10 @@ TEST_F(AwaitLoop, RunsUntilItIsDestroyed) {
   const std::ptrdiff_t threads = CountThreads();
   Seen before;
   Seen after;
-  PP_Resource resource = 0;
+  pp::MessageLoop loop;
   {
     pp::SimpleThreadAwaitLoop thread(handle());
-    pp::MessageLoop loop = thread.message_loop();
-    resource = loop.pp_resource();
+    loop = thread.message_loop();
     EXPECT_EQ(loop.PostWork(Note(&before)), 0);
     ASSERT_TRUE(thread.Start());
     EXPECT_TRUE(Plugin::Get().attached);
@@ -72,9 +68,10 @@ TEST_F(AwaitLoop, RunsUntilItIsDestroyed) {
   // What was posted is done, and the thread is gone when the destructor returns.
   EXPECT_EQ(before.calls, 1);
   EXPECT_EQ(after.calls, 50);
-  EXPECT_EQ(after.loop, resource);
+  EXPECT_EQ(after.loop, loop.pp_resource());
+  EXPECT_EQ(loop.PostWork(Note(&after)), PP_ERROR_FAILED);  // it is destroyed with its thread
   EXPECT_TRUE(ThreadsComeTo(threads));
-  EXPECT_EQ(browser_->LiveResources(), 0);
+  EXPECT_EQ(browser_->LiveResources(), 1);  // the name in this test
 }
 
 TEST_F(AwaitLoop, CopiesOfALoopCountTheirReferences) {

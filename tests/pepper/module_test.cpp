@@ -183,6 +183,7 @@ TEST_F(Module, WithoutTheBrowsersTables) {
   EXPECT_TRUE(array.Get(0).is_undefined());
   EXPECT_TRUE(pp::MessageLoop::GetCurrent().is_null());
   EXPECT_TRUE(pp::MessageLoop::GetForMainThread().is_null());
+  EXPECT_EQ(pp::MessageLoop().Run(), PP_ERROR_NOINTERFACE);
   EXPECT_EQ(pp::MessageLoop().PostWork({}), PP_ERROR_NOINTERFACE);
   EXPECT_EQ(pp::MessageLoop().PostQuit(true), PP_ERROR_NOINTERFACE);
   Plugin::Get().instance->UnregisterMessageHandler();

@@ -80,6 +80,11 @@ Lines Difference(const Lines& from, const Lines& to) {
 
 class EveryFault : public PluginTest {
  protected:
+  void SetUp() override {
+    PluginTest::SetUp();
+    StartFirstThread();
+  }
+
   struct Course {
     std::string reply;
     std::string next;
@@ -368,7 +373,9 @@ const Fault kFaults[] = {
      kTrue, "undefined", kStart, "undefined is no dictionary"},
     {"PPB_VarDictionary.Get", kFromMessage, kNoModule, kUnheard, kTrue, kNoModule},
     {"PPB_VarDictionary.Set", kFromMessage, "{}", "-" + kPosted + " | +post {}", kTrue, "{}"},
-    {"PPB_VarDictionary.HasKey", kFromMessage, kNoModule, kUnheard, kTrue, kNoModule},
+    {"PPB_VarDictionary.HasKey", kFromMessage, BadParameter(),
+     "-h:SeekTo msec: 7 | -a:SeekTo SeekTo(7) starts. | -player 20(7) | -a:SeekTo finishes.", kTrue,
+     kVersion, R"({"command": "SeekTo", "msec": 7})"},
 
     // A whole table of the browser's: the element is made all the same.
     {"interface PPB_MessageLoop;1.0", kFromLoading, kNoHandler, kUnregistered + kUnheardNext,

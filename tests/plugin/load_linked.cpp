@@ -13,6 +13,7 @@
 #include "ppapi/c/ppb_var_array.h"
 #include "ppapi/c/ppb_var_dictionary.h"
 #include "ppapi/c/ppp.h"
+#include "ppapi/c/quorvel/ppb_extension_system_quorvel.h"
 
 namespace lumivex::test {
 
@@ -114,6 +115,17 @@ void Fill(PPB_VarDictionary* table) {
 
 void Fill(PPB_VarArray*) {}
 
+// A call that fails may leave a result all the same.
+void Fill(PPB_ExtensionSystem_Quorvel_0_1* table) {
+  using System = PPB_ExtensionSystem_Quorvel_0_1;
+  *table = *browsers<System>;
+  table->GenericSyncCall = [](PP_Instance instance, PP_Var operation, PP_Var data, PP_Var* result) {
+    const int32_t status = browsers<System>->GenericSyncCall(instance, operation, data, result);
+    *result = status == 0 ? *result : host::BoolVar(true);
+    return status;
+  };
+}
+
 template <class Table>
 const void* Watched(const void* real) {
   static Table table = {};
@@ -131,6 +143,7 @@ const void* GetInterface(const char* name) {
       {PPB_VAR_INTERFACE, &Watched<PPB_Var>},
       {PPB_VAR_ARRAY_INTERFACE, &Watched<PPB_VarArray>},
       {PPB_VAR_DICTIONARY_INTERFACE, &Watched<PPB_VarDictionary>},
+      {PPB_EXTENSIONSYSTEM_QUORVEL_INTERFACE_0_1, &Watched<PPB_ExtensionSystem_Quorvel_0_1>},
   };
   BrowserCalls::Get().Note((std::string("interface ") + name).c_str());
   const void* const real = Browser::GetInterface(name);
