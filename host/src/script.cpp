@@ -111,6 +111,10 @@ class LineReader {
     if (const std::optional<std::size_t> deep = FindTooDeep(line_)) {
       return Error(*deep, "nested deeper than " + std::to_string(kMaxDepth) + " levels");
     }
+    // The parser takes it for the end and would ignore what follows.
+    if (const std::size_t nul = line_.find('\0'); nul != std::string_view::npos) {
+      return Error(nul, "this is not JSON: a NUL byte");
+    }
     Json value;
     try {
       value = Json::parse(line_);

@@ -78,6 +78,7 @@ TEST(ScriptTest, MistakesAreFoundAtTheirColumn) {
       {"[\"\xe2\x82\xac\xe2\x82\xac\", x]", 8, "invalid literal"},
       {"[\"\xff\"]", 3, "UTF-8"},
       {std::string("[1,\0]", 5), 4, "not JSON"},
+      {std::string("{\"$wait\": 1}\0{", 14), 13, "NUL"},
       {"[1, 1e999]", 5, "1e999"},
       {"[" + deepest + "]", kMaxDepth + 1U, "nested deeper"},
       {std::string(5000000, '['), kMaxDepth + 1U, "nested deeper"},

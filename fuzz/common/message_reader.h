@@ -1,5 +1,5 @@
-#ifndef TESTS_SUPPORT_MESSAGE_READER_H_
-#define TESTS_SUPPORT_MESSAGE_READER_H_
+#ifndef FUZZ_COMMON_MESSAGE_READER_H_
+#define FUZZ_COMMON_MESSAGE_READER_H_
 
 #include <string>
 #include <string_view>
@@ -35,4 +35,4 @@ class MessageReader {
 
 }  // namespace lumivex::test
 
-#endif  // TESTS_SUPPORT_MESSAGE_READER_H_
+#endif  // FUZZ_COMMON_MESSAGE_READER_H_

@@ -1,5 +1,5 @@
-#ifndef TESTS_SUPPORT_GATE_H_
-#define TESTS_SUPPORT_GATE_H_
+#ifndef FUZZ_COMMON_GATE_H_
+#define FUZZ_COMMON_GATE_H_
 
 #include <condition_variable>
 #include <mutex>
@@ -40,4 +40,4 @@ class Gate {
 
 }  // namespace lumivex::test
 
-#endif  // TESTS_SUPPORT_GATE_H_
+#endif  // FUZZ_COMMON_GATE_H_

@@ -1,5 +1,5 @@
-#ifndef TESTS_SUPPORT_CHECK_H_
-#define TESTS_SUPPORT_CHECK_H_
+#ifndef FUZZ_COMMON_CHECK_H_
+#define FUZZ_COMMON_CHECK_H_
 
 #include <cstdio>
 #include <cstdlib>
@@ -17,4 +17,4 @@ inline void Check(bool kept, const char* promise, const std::string& seen = "") 
 
 }  // namespace lumivex::test
 
-#endif  // TESTS_SUPPORT_CHECK_H_
+#endif  // FUZZ_COMMON_CHECK_H_

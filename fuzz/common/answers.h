@@ -1,5 +1,5 @@
-#ifndef TESTS_SUPPORT_ANSWERS_H_
-#define TESTS_SUPPORT_ANSWERS_H_
+#ifndef FUZZ_COMMON_ANSWERS_H_
+#define FUZZ_COMMON_ANSWERS_H_
 
 // A platform that may answer anything, for programs that send anything. What it answers is made of
 // bytes that the program supplies. answers.cpp also has the log and the application's id.
@@ -33,4 +33,4 @@ Answers& Say();
 
 }  // namespace lumivex::test
 
-#endif  // TESTS_SUPPORT_ANSWERS_H_
+#endif  // FUZZ_COMMON_ANSWERS_H_

@@ -1,5 +1,5 @@
-#ifndef TESTS_SUPPORT_ANSWERING_TUNER_H_
-#define TESTS_SUPPORT_ANSWERING_TUNER_H_
+#ifndef FUZZ_COMMON_ANSWERING_TUNER_H_
+#define FUZZ_COMMON_ANSWERING_TUNER_H_
 
 // Defines the exported names of librf-manager for any number of instances, whose operations answer
 // what Say() says. An instance must be given back after the thread that obtained it has ended, and
@@ -21,4 +21,4 @@ struct AnsweringTuner {
 
 }  // namespace lumivex::test
 
-#endif  // TESTS_SUPPORT_ANSWERING_TUNER_H_
+#endif  // FUZZ_COMMON_ANSWERING_TUNER_H_

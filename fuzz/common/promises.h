@@ -1,5 +1,5 @@
-#ifndef TESTS_SUPPORT_PROMISES_H_
-#define TESTS_SUPPORT_PROMISES_H_
+#ifndef FUZZ_COMMON_PROMISES_H_
+#define FUZZ_COMMON_PROMISES_H_
 
 // What a page is promised, whatever it sends and whatever the platform answers. A broken promise
 // ends the process.
@@ -69,4 +69,4 @@ void CheckPostedReply(const host::Json& reply, const Expected& expected);
 
 }  // namespace lumivex::test
 
-#endif  // TESTS_SUPPORT_PROMISES_H_
+#endif  // FUZZ_COMMON_PROMISES_H_

@@ -1,5 +1,5 @@
-#ifndef TESTS_SUPPORT_ANSWERING_PLAYER_H_
-#define TESTS_SUPPORT_ANSWERING_PLAYER_H_
+#ifndef FUZZ_COMMON_ANSWERING_PLAYER_H_
+#define FUZZ_COMMON_ANSWERING_PLAYER_H_
 
 #include <mutex>
 #include <optional>
@@ -68,4 +68,4 @@ class AnsweringPlayer : public IZunoPlayer {
 
 }  // namespace lumivex::test
 
-#endif  // TESTS_SUPPORT_ANSWERING_PLAYER_H_
+#endif  // FUZZ_COMMON_ANSWERING_PLAYER_H_
