@@ -117,6 +117,11 @@ void Loop::Destroy() {
   changed_.notify_all();
 }
 
+bool Loop::IsRunning() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return running_;
+}
+
 bool Loop::IsDestroyed() const {
   const std::lock_guard<std::mutex> lock(mutex_);
   return destroyed_;
@@ -215,16 +220,22 @@ void LoopTable::AddRef(PP_Resource resource) {
 }
 
 void LoopTable::Release(PP_Resource resource) {
-  std::shared_ptr<Loop> released;  // dies outside the lock
-  const std::lock_guard<std::mutex> lock(mutex_);
-  const auto found = entries_.find(resource);
-  if (found == entries_.end() || found->second.references == 0) {
-    RecordMisuse("ReleaseResource", resource);
-    return;
+  std::shared_ptr<Loop> released;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = entries_.find(resource);
+    if (found == entries_.end() || found->second.references == 0) {
+      RecordMisuse("ReleaseResource", resource);
+      return;
+    }
+    if (--found->second.references == 0 && resource != kMain) {
+      released = std::move(found->second.loop);
+      entries_.erase(found);
+    }
   }
-  if (--found->second.references == 0 && resource != kMain) {
-    released = std::move(found->second.loop);
-    entries_.erase(found);
+  // Nobody can run it any more: what waits in it, and may hold the loop itself, is dropped.
+  if (released != nullptr && !released->IsRunning()) {
+    released->Destroy();
   }
 }
 

@@ -34,6 +34,7 @@ class Loop {
   void RunPending();
   // Drops what is left; nothing can be posted from here on.
   void Destroy();
+  bool IsRunning() const;
   bool IsDestroyed() const;
 
  private:
