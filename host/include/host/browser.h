@@ -151,7 +151,8 @@ class Browser {
   // every var and resource that still lives as a defect. False when the library cannot be closed.
   bool Unload(std::string* error = nullptr);
 
-  // Null, with the reason, when the plug-in refuses. The attributes are those of the element.
+  // Null, with the reason, when the plug-in refuses. The attributes are those of the element. The
+  // browser keeps some 3 KB for each page that ever was, for the plug-in may still name it.
   std::unique_ptr<Page> CreatePage(const Attributes& attributes = {},
                                    std::string* error = nullptr,
                                    EventCallback on_event = nullptr);
