@@ -1,6 +1,7 @@
 # The plug-in's archive and Debian package: the library, and nothing that belongs to a desktop.
 set(CPACK_GENERATOR TGZ DEB)
 set(CPACK_PACKAGE_NAME "lumivex-pplugin")
+set(CPACK_PACKAGE_FILE_NAME "lumivex-pplugin-${PROJECT_VERSION}-${CMAKE_SYSTEM_PROCESSOR}")
 set(CPACK_PACKAGE_VENDOR "Lumivex maintainers")
 set(CPACK_PACKAGE_CONTACT "Lumivex maintainers <maintainers@lumivex.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Streaming and broadcast plug-in for a television's web runtime")

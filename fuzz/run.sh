@@ -7,6 +7,10 @@
 set -uo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 seconds=${1:-30}
+[[ $seconds =~ ^[1-9][0-9]*$ ]] || {
+  echo "$seconds: no number of seconds" >&2
+  exit 64
+}
 build=${2:-$here/../build/fuzz}
 shift $(($# < 2 ? $# : 2))
 

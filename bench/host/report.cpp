@@ -183,25 +183,28 @@ void Report::PrintLife() const {
 void Report::PrintAims() const {
   std::printf("\nAims\n");
   double worst = 0;
+  double most_of_its_own = 0;
   std::string worst_command = "?";
   bool all = true;
   for (const Request& request : Requests()) {
     const double ratio = Median(kHosted + request.command) / Median(kHostedEcho + request.command);
     all = all && !std::isnan(ratio);
+    most_of_its_own = std::max(
+        most_of_its_own, Median(kDirect + request.command) - Median(kDirectEcho + request.command));
     if (ratio > worst) {
       worst = ratio;
       worst_command = request.command;
     }
   }
   PrintAim("every command within 2 times its echo", worst <= kMostTimesTheEcho, all,
-           Format("worst: %s, %.2f", worst_command.c_str(), worst));
-  const auto one_thread = [this](const char* name) {
-    return PerSecond(Median(std::string(name) + "/threads:1"));
-  };
+           Format("worst: %s, %.2f; the plug-in's own part is at most %.2f µs",
+                  worst_command.c_str(), worst, most_of_its_own));
   for (const char* name : {kPosition, kMessage}) {
-    const double rate = one_thread(name);
+    const double typical = PerSecond(Median(std::string(name) + "/threads:1"));
+    const double mean = PerSecond(Median(std::string(name) + "/threads:1" + kMean));
     PrintAim(Format("a million %s a second from one thread", name).c_str(),
-             rate >= kLeastEventsPerSecond, !std::isnan(rate), Format("%.2f million", rate / 1e6));
+             mean >= kLeastEventsPerSecond, !std::isnan(mean),
+             Format("%.2f million, in the median lap %.2f", mean / 1e6, typical / 1e6));
   }
   const double growth = Median(std::string(kCreate) + "/100") / Median(std::string(kCreate) + "/1");
   PrintAim("creation costs the same among 100 elements as among 1",

@@ -64,7 +64,8 @@ same "what is linked" "src/liblumivex-pplugin.so" "$linked"
 same "libraries and programs" "./src/liblumivex-pplugin.so" "$(cd "$device" &&
   find . -path ./CMakeFiles -prune -o -type f \( -name '*.so*' -o -name '*.a' -o -perm /111 \) -print)"
 elsewhere=$(grep -oE -- '(-I|-isystem )[^ "]+' "$device/compile_commands.json" | sort -u |
-  grep -vxE -- "(-I|-isystem )($source/inc|$source/src/../inc|$sdk/usr/include)" || true)
+  sed -E 's/^(-I|-isystem )//' |
+  grep -vxF -e "$source/inc" -e "$source/src/../inc" -e "$sdk/usr/include" || true)
 same "folders of headers besides the SDK's" "" "$elsewhere"
 same "libraries by path" "$sdk/usr/lib/libdlog.so $sdk/usr/lib/libpepperplugin.so $sdk/usr/lib/librf-manager.so" \
   "$(ninja -C "$device" -t commands src/liblumivex-pplugin.so | tail -1 |
@@ -74,6 +75,9 @@ same "libraries by path" "$sdk/usr/lib/libdlog.so $sdk/usr/lib/libpepperplugin.s
 (cd "$device" && cpack -B "$work/packages") >"$work/pack.log" 2>&1 || fail "$(cat "$work/pack.log")"
 deb=$(echo "$work"/packages/*.deb) archive=$(echo "$work"/packages/*.tar.gz)
 same "packages" 2 "$(find "$work/packages" -maxdepth 1 -type f | wc -l)"
+version=$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$source/CMakeLists.txt")
+processor=$(sed -n 's/^set(CMAKE_SYSTEM_PROCESSOR "\(.*\)")$/\1/p' "$device"/CMakeFiles/*/CMakeSystem.cmake)
+same "name of the archive" "lumivex-pplugin-$version-$processor.tar.gz" "$(basename "$archive")"
 same "files of the archive" "usr/lib/liblumivex-pplugin.so" \
   "$(tar -tf "$archive" | grep -v '/$' | sed 's,^\./,,')"
 same "files of the package" "-rw-r--r-- root/root ./usr/lib/liblumivex-pplugin.so" \
@@ -90,7 +94,6 @@ case $(readelf -h "$library" | sed -n 's/ *Machine: *//p') in
     ;;
   *) architecture=unknown ;;
 esac
-version=$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$source/CMakeLists.txt")
 # shellcheck disable=SC2016  # the names of the fields are the tool's
 same "control data" "lumivex-pplugin|$version|$architecture|libc6, libstdc++6|libs" \
   "$(dpkg-deb -W --showformat='${Package}|${Version}|${Architecture}|${Depends}|${Section}' "$deb")"

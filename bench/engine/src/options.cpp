@@ -2,6 +2,7 @@
 
 #include <getopt.h>
 
+#include <QFile>
 #include <QFileInfo>
 #include <array>
 #include <cstdio>
@@ -87,6 +88,9 @@ std::optional<Options> ReadOptions(int argc, char** argv, int* status) {
         break;
       case 'o':
         options.out = argument;
+        if (QFile out(argument); !out.open(QFile::WriteOnly)) {  // rather now than after minutes
+          return complain(argument + ": " + out.errorString());
+        }
         break;
       case 'h':
         std::fputs(kUsage, stdout);

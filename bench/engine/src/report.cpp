@@ -19,8 +19,9 @@ struct Way {
   const char* name;
   const char* words;
 };
+constexpr Way kPlugin = {"plugin", "GetPlayerVersion through the plug-in"};
 constexpr Way kEcho = {"echo", "echo plug-in"};
-constexpr Way kWays[] = {{"plugin", "GetPlayerVersion through the plug-in"},
+constexpr Way kWays[] = {kPlugin,
                          kEcho,
                          {"channel", "QWebChannel, awaited"},
                          {"request", "XMLHttpRequest, synchronous"}};
@@ -52,24 +53,38 @@ QJsonObject SettingsOf(const Options& options, const QJsonObject& result) {
           {"clock_step_us", result["clock_step_us"]}};
 }
 
+constexpr double kMostTimesTheEcho = 1.05;
+
+QString Verdict(const Ratio& ratio) {
+  return ratio.high <= kMostTimesTheEcho   ? "reached"
+         : ratio.low > kMostTimesTheEcho   ? "NOT REACHED"
+         : ratio.value > kMostTimesTheEcho ? "not reached, within the uncertainty"
+                                           : "reached, within the uncertainty";
+}
+
 }  // namespace
 
 QString Report(const QString& result_text, const Options& options) {
   const QJsonObject result = QJsonDocument::fromJson(result_text.toUtf8()).object();
   const QJsonObject ways = result["ways"].toObject();
   const Batches echo = BatchesOf(ways[kEcho.name]);
+  std::size_t calls = 0;
+  for (const std::vector<double>& batch : echo) {
+    calls += batch.size();
+  }
   const QString engine = QRegularExpression("Chrome/[0-9.]+")
                              .match(result["user_agent"].toString())
                              .captured()
                              .replace('/', ' ');
   std::printf(
-      "Round trips from JavaScript in the browser engine, in microseconds: %d calls by each way, "
+      "Round trips from JavaScript in the browser engine, in microseconds: %zu calls by each way, "
       "in\n"
       "batches of %d that take turns. Qt %s with %s, %s build, log %s.\n\n"
       "%-38s %9s %9s %11s   %s\n",
-      options.calls, options.batch, qVersion(), qPrintable(engine), LUMIVEX_BENCH_BUILD,
+      calls, options.batch, qVersion(), qPrintable(engine), LUMIVEX_BENCH_BUILD,
       options.with_log ? "written" : "silent", "", "median", "p95", "times echo", "95 % sure");
   QJsonObject figures;
+  QString verdict;
   for (const Way& way : kWays) {
     const Batches batches = BatchesOf(ways[way.name]);
     if (batches.empty() || echo.empty()) {
@@ -80,16 +95,24 @@ QString Report(const QString& result_text, const Options& options) {
     const Ratio ratio = RatioOf(batches, echo);
     std::printf("%-38s %9.1f %9.1f %11.3f   %.3f to %.3f\n", way.words, median, p95, ratio.value,
                 ratio.low, ratio.high);
+    if (QString(way.name) == kPlugin.name) {
+      verdict = Verdict(ratio);
+    }
     figures[way.name] = QJsonObject{{"median_us", median},
                                     {"p95_us", p95},
                                     {"times_echo", ratio.value},
                                     {"times_echo_low", ratio.low},
                                     {"times_echo_high", ratio.high}};
   }
+  std::printf("\nAim: the plug-in at most %.2f times the echo: %s\n", kMostTimesTheEcho,
+              qPrintable(verdict));
   if (options.out.isEmpty()) {
     return "";
   }
-  const QJsonObject all = {{"settings", SettingsOf(options, result)}, {"ways", figures}};
+  const QJsonObject all = {
+      {"settings", SettingsOf(options, result)},
+      {"ways", figures},
+      {"aim", QJsonObject{{"times_echo", kMostTimesTheEcho}, {"verdict", verdict}}}};
   QFile file(options.out);
   const QByteArray text = QJsonDocument(all).toJson();
   return file.open(QFile::WriteOnly) && file.write(text) == text.size() && file.flush()
