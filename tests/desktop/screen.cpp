@@ -1,9 +1,5 @@
 #include "screen.h"
 
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <cstdlib>
 #include <functional>
@@ -30,28 +26,9 @@ bool IsNear(const Screen::Color& one, const Screen::Color& other) {
 }  // namespace
 
 Screen::Screen() {
-  int ends[2];
-  if (pipe(ends) != 0) {
-    throw std::runtime_error("no pipe");
-  }
-  server_ = fork();
-  if (server_ == 0) {
-    close(ends[0]);
-    const std::string number_to = std::to_string(ends[1]);
-    execlp("Xvfb", "Xvfb", "-displayfd", number_to.c_str(), "-screen", "0", "1920x1080x24",
-           "-nolisten", "tcp", "-noreset", nullptr);
-    _exit(127);
-  }
-  close(ends[1]);
-  std::string number;
-  for (char digit = 0; read(ends[0], &digit, 1) == 1 && digit != '\n';) {
-    number += digit;
-  }
-  close(ends[0]);
-  if (number.empty()) {
+  if (!server_.works()) {
     throw std::runtime_error("Xvfb does not start");
   }
-  setenv("DISPLAY", (":" + number).c_str(), 1);
   connection_ = xcb_connect(nullptr, nullptr);
   if (xcb_connection_has_error(connection_) != 0) {
     throw std::runtime_error("Xvfb does not answer");
@@ -61,8 +38,6 @@ Screen::Screen() {
 
 Screen::~Screen() {
   xcb_disconnect(connection_);
-  kill(server_, SIGTERM);
-  waitpid(server_, nullptr, 0);
 }
 
 Screen::Color Screen::At(int x, int y) const {

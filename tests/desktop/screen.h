@@ -1,12 +1,13 @@
 #ifndef TESTS_DESKTOP_SCREEN_H_
 #define TESTS_DESKTOP_SCREEN_H_
 
-#include <sys/types.h>
 #include <xcb/xcb.h>
 
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "virtual_screen.h"
 
 // A virtual screen of 1920 by 1080 of its own, and what can be seen on it. Becomes this process's
 // DISPLAY, and that of the processes it starts; ends with the object.
@@ -51,7 +52,7 @@ class Screen {
  private:
   std::vector<Bounds> InnerWindows() const;
 
-  pid_t server_ = -1;
+  lumivex::test::VirtualScreen server_{kWidth, kHeight};
   xcb_connection_t* connection_ = nullptr;
   xcb_window_t root_ = 0;
 };

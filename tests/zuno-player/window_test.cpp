@@ -1,13 +1,9 @@
 // The picture in a window, on a virtual screen of the test's own.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <xcb/xcb.h>
 
-#include <csignal>
-#include <cstdlib>
-
 #include "player_harness.h"
+#include "virtual_screen.h"
 
 namespace {
 
@@ -16,40 +12,6 @@ constexpr const char* kNoName = nullptr;
 
 struct Rect {
   std::uint32_t x, y, width, height;
-};
-
-// An X server for the length of the test program, named in DISPLAY.
-class Screen {
- public:
-  Screen() {
-    int pipe_fds[2];
-    if (pipe(pipe_fds) != 0) {
-      std::abort();
-    }
-    pid_ = fork();
-    if (pid_ == 0) {
-      const std::string fd = std::to_string(pipe_fds[1]);
-      execlp(ZUNO_TEST_XVFB, "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", "1280x720x24",
-             "-nolisten", "tcp", "-noreset", static_cast<char*>(nullptr));
-      _exit(127);
-    }
-    close(pipe_fds[1]);
-    std::string display = ":";
-    for (char byte = 0; read(pipe_fds[0], &byte, 1) == 1 && byte != '\n';) {
-      display += byte;
-    }
-    close(pipe_fds[0]);
-    setenv("DISPLAY", display.c_str(), 1);
-  }
-  ~Screen() {
-    kill(pid_, SIGTERM);
-    waitpid(pid_, nullptr, 0);
-  }
-  Screen(const Screen&) = delete;
-  Screen& operator=(const Screen&) = delete;
-
- private:
-  pid_t pid_;
 };
 
 // A plain window in one colour: the page.
@@ -148,14 +110,17 @@ bool SetArea(const Rig& rig, const Rect& rect) {
 
 class Window : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() { screen_ = new Screen; }
+  static void SetUpTestSuite() {
+    screen_ = new lumivex::test::VirtualScreen(1280, 720);
+    ASSERT_TRUE(screen_->works());
+  }
   static void TearDownTestSuite() { delete screen_; }
 
  private:
-  static Screen* screen_;
+  static lumivex::test::VirtualScreen* screen_;
 };
 
-Screen* Window::screen_ = nullptr;
+lumivex::test::VirtualScreen* Window::screen_ = nullptr;
 
 TEST_F(Window, ThePictureFollowsTheRectangle) {
   const Page page;

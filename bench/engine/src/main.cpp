@@ -119,9 +119,9 @@ int Main(int argc, char** argv) {
   if (!options) {
     return status;
   }
-  std::optional<VirtualScreen> screen;
+  std::optional<test::VirtualScreen> screen;
   if (const std::string problem = desktop::ScreenProblem(); !problem.empty()) {
-    screen.emplace();
+    screen.emplace(1280, 720);
     if (!screen->works()) {
       return Fail(QString::fromStdString("there is no X11 screen (" + problem +
                                          ") and no virtual one (Debian package xvfb)"));

@@ -9,20 +9,21 @@
 #include <cstdlib>
 #include <string>
 
-namespace lumivex::bench {
+namespace lumivex::test {
 
-VirtualScreen::VirtualScreen() {
+VirtualScreen::VirtualScreen(int width, int height) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) {
     return;
   }
   // The server looks for a free number itself, and tells it.
   const std::string number_to = std::to_string(ends[1]);
+  const std::string size = std::to_string(width) + "x" + std::to_string(height) + "x24";
   server_ = fork();
   if (server_ == 0) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     fcntl(ends[1], F_SETFD, 0);
-    execlp("Xvfb", "Xvfb", "-displayfd", number_to.c_str(), "-screen", "0", "1280x720x24",
+    execlp("Xvfb", "Xvfb", "-displayfd", number_to.c_str(), "-screen", "0", size.c_str(),
            "-nolisten", "tcp", "-noreset", nullptr);
     _exit(127);
   }
@@ -45,4 +46,4 @@ VirtualScreen::~VirtualScreen() {
   }
 }
 
-}  // namespace lumivex::bench
+}  // namespace lumivex::test
