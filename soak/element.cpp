@@ -42,9 +42,11 @@ const std::map<std::string, std::vector<const char*>>& EventMembers() {
 Element::Element(host::Browser* browser,
                  test::AnsweringServices* services,
                  int number,
+                 Pause* pause,
                  Counts* counts)
     : vars_(&browser->vars()),
       number_(number),
+      pause_(pause),
       counts_(counts),
       random_(Platform::seed, static_cast<uint64_t>(number)) {
   const Watchdog::Step step("opening of element " + std::to_string(number));
@@ -64,18 +66,26 @@ Element::~Element() {
   sender_.join();
 }
 
+void Element::Settle() {
+  const Watchdog::Step step("settling of element " + std::to_string(number_));
+  Check(page_->Settle(kPatience), "a page settles");
+  const std::lock_guard<std::mutex> lock(mutex_);
+  Check(posted_.empty(), "there is a reply for each posted message");
+}
+
 void Element::Send() {
-  while (true) {
-    const std::string text = RandomMessage(&random_);
-    const OwnedVar message = test::MessageReader(vars_, text).Value();
-    ++counts_->messages;
-    // One that is answered comes soon, so that the queue does not grow without end.
-    const bool sent = random_.OneIn(3) ? SendBlocking(message.get(), text) : Post(message.get());
-    if (!sent) {
-      Check(!page_->IsOpen(), "a page that is open can send");
-      return;
-    }
+  while (SendOne()) {
   }
+  Check(!page_->IsOpen(), "a page that is open can send");
+}
+
+bool Element::SendOne() {
+  const Pause::Step step(pause_);
+  const std::string text = RandomMessage(&random_);
+  const OwnedVar message = test::MessageReader(vars_, text).Value();
+  ++counts_->messages;
+  // One that is answered comes soon, so that the queue does not grow without end.
+  return random_.OneIn(3) ? SendBlocking(message.get(), text) : Post(message.get());
 }
 
 bool Element::SendBlocking(PP_Var message, const std::string& text) {

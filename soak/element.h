@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "host/browser.h"
+#include "pause.h"
 #include "promises.h"
 #include "random.h"
 
@@ -22,28 +23,39 @@ struct Counts {
   std::atomic<int64_t> opened{0};
   std::atomic<int64_t> messages{0};  // sent, blocking and not
   std::array<std::atomic<int64_t>, kCodes.size()> replies{};
-  std::atomic<int64_t> events{0};  // that reached their page
+  std::atomic<int64_t> events{0};   // that reached their page
+  std::atomic<int64_t> dropped{0};  // events whose page was gone
 };
 
 // One element of the plug-in with a thread of the page that sends messages all the time. Checks
 // every reply and every event.
 class Element {
  public:
-  // Main thread, as is the destructor. The number is the element's own in the process.
-  Element(host::Browser* browser, test::AnsweringServices* services, int number, Counts* counts);
+  // Main thread, as is the destructor. The number is the element's own in the process. What is
+  // pointed at must outlive the element.
+  Element(host::Browser* browser,
+          test::AnsweringServices* services,
+          int number,
+          Pause* pause,
+          Counts* counts);
   ~Element();  // in the midst of everything
   Element(const Element&) = delete;
   Element& operator=(const Element&) = delete;
 
+  // In a pause: waits until all that was sent is done and answered.
+  void Settle();
+
  private:
   void Send();
-  bool SendBlocking(PP_Var message, const std::string& text);  // false: the page is gone
+  bool SendOne();  // false: the page is gone
+  bool SendBlocking(PP_Var message, const std::string& text);
   bool Post(PP_Var message);
   void OnEvent(const host::Json& event);
   void OnPostedReply(const host::Json& reply);
 
   host::VarTable* const vars_;
   const int number_;
+  Pause* const pause_;
   Counts* const counts_;
   Random random_;            // of the sender
   bool tuner_held_ = false;  // sender

@@ -7,9 +7,10 @@
 
 namespace lumivex::soak {
 
-// What is looked at when nothing of the plug-in is alive.
+// What is looked at when nothing of the plug-in is alive, but for one.
 enum Figure {
-  kHeap,  // bytes in use
+  kHeap,        // bytes in use
+  kLivingHeap,  // the same while elements are alive and at rest
   kResident,
   kThreads,
   kHandles,
@@ -24,14 +25,14 @@ enum Figure {
   kFigures
 };
 
-struct Rule {
-  const char* name;
-  int64_t allowed;     // growth, from the end of the warm-up to the end
-  bool at_each_point;  // it must hold at each quiet point, against the base line before all
-};
-extern const std::array<Rule, kFigures> kRules;
-
 using Figures = std::array<int64_t, kFigures>;
+constexpr int64_t kUnknown = -1;  // never looked at
+
+enum class Verdict {
+  kFlat,
+  kNotFlat,
+  kNotJudged,  // flat as far as it was looked at, which was too short
+};
 
 // Of the process.
 int64_t HeapBytes();
@@ -39,9 +40,13 @@ int64_t ResidentBytes();
 int64_t Threads();
 int64_t Handles();
 
-// Prints the verdict. True when everything is flat. The loads are those of the plug-in's library
-// between first and last.
-bool Judge(const Figures& base, const Figures& first, const Figures& last, int64_t loads);
+// Prints how each figure fared. The loads are those of the plug-in's library between first and
+// last; the elements are those of the living heap.
+Verdict Judge(const Figures& base,
+              const Figures& first,
+              const Figures& last,
+              int64_t loads,
+              std::size_t elements);
 // Whether what must hold at each quiet point does.
 bool HoldsNow(const Figures& base, const Figures& now);
 

@@ -36,5 +36,12 @@ int main(int argc, char** argv) {
   action.sa_handler = [](int) { lumivex::soak::EndSoak(); };
   action.sa_flags = static_cast<int>(SA_RESETHAND);  // a second one ends the process
   sigaction(SIGINT, &action, nullptr);
-  return lumivex::soak::Soak(*options) ? 0 : 1;
+  switch (lumivex::soak::Soak(*options)) {
+    case lumivex::soak::Verdict::kFlat:
+      return 0;
+    case lumivex::soak::Verdict::kNotFlat:
+      return 1;
+    case lumivex::soak::Verdict::kNotJudged:
+      return 2;
+  }
 }

@@ -26,8 +26,9 @@ Uses the plug-in from every side, with elements that come and go, and watches wh
   --plugin FILE    the plug-in library; by default the one that was built with this program
   --help
 
-Exit status: 0 flat; 1 something grew or was not given back; 64 wrong usage. A broken promise and a
-hang abort the process. A first interrupt ends the run early, with its verdict.
+Exit status: 0 flat; 1 something grew or was not given back; 2 nothing of the kind, but the run was
+ended before memory could be judged, which takes half its time; 64 wrong usage. A broken promise and
+a hang abort the process. A first interrupt ends the run early, with its verdict.
 )";
 
 std::nullopt_t Complain(const std::string& problem) {

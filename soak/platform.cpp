@@ -109,7 +109,7 @@ int64_t Platform::Players() {
   return static_cast<int64_t>(players.size());
 }
 
-EventThreads::EventThreads(int count) {
+EventThreads::EventThreads(int count, Pause* pause) : pause_(pause) {
   for (int i = 0; i < count; ++i) {
     threads_.emplace_back([this, i] { Run(static_cast<unsigned int>(i)); });
   }
@@ -126,6 +126,7 @@ void EventThreads::Run(unsigned int number) const {
   Random random(Platform::seed, kFirstThreadStream - 1 - number);
   while (!is_ended_) {
     for (unsigned int burst = random.Below(20); burst > 0; --burst) {
+      const Pause::Step pausable(pause_);
       if (random.OneIn(6)) {
         const Watchdog::Step step("an event of the tuner");
         test::AnsweringTuner::Report();

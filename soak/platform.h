@@ -10,6 +10,8 @@
 #include <thread>
 #include <vector>
 
+#include "pause.h"
+
 namespace lumivex::soak {
 
 struct Platform {
@@ -25,7 +27,7 @@ struct Platform {
 // The threads on which the events come.
 class EventThreads {
  public:
-  explicit EventThreads(int count);
+  EventThreads(int count, Pause* pause);  // which must outlive them
   ~EventThreads();
   EventThreads(const EventThreads&) = delete;
   EventThreads& operator=(const EventThreads&) = delete;
@@ -33,6 +35,7 @@ class EventThreads {
  private:
   void Run(unsigned int number) const;
 
+  Pause* const pause_;
   std::atomic<bool> is_ended_{false};
   std::vector<std::thread> threads_;
 };

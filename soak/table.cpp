@@ -39,6 +39,13 @@ void Table::PrintRow(const Work& work, const Figures& figures) {
   last_ = work;
 }
 
+void Table::PrintLivingHeap(double seconds, std::size_t elements, int64_t bytes) {
+  ClearProgress();
+  std::printf("%7.1f %8s %9" PRId64 "  with %zu elements that stay, at rest\n", seconds, "", bytes,
+              elements);
+  std::fflush(stdout);
+}
+
 void Table::PrintProgress(const Work& work, double seconds_in_all) {
   if (is_terminal_) {
     ClearProgress();

@@ -2,6 +2,7 @@
 #define SOAK_TABLE_H_
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "element.h"
@@ -16,7 +17,7 @@ struct Work {
   int64_t messages = 0;
   std::array<int64_t, Counts::kCodes.size()> replies{};
   int64_t events = 0;
-  int64_t dropped = 0;
+  int64_t dropped = 0;  // events
 };
 
 // Standard output: a line for each quiet point and, on a terminal, one that goes on in between.
@@ -26,6 +27,7 @@ class Table {
 
   void PrintHead() const;
   void PrintRow(const Work& work, const Figures& figures);
+  void PrintLivingHeap(double seconds, std::size_t elements, int64_t bytes);
   void PrintProgress(const Work& work, double seconds_in_all);
 
  private:

@@ -1,5 +1,7 @@
 #include "page_state.h"
 
+#include "runtime.h"
+
 namespace lumivex::host {
 
 namespace {
@@ -175,17 +177,28 @@ void PageState::Forget(const std::shared_ptr<Call>& call) {
 }
 
 bool PageState::AddEvent(Json event) {
+  if (TryAddEvent(&event)) {
+    return true;
+  }
+  ++dropped_events_;
+  const Runtime* const runtime = Runtime::Current();
+  if (runtime != nullptr && runtime->options.on_dropped != nullptr) {
+    runtime->options.on_dropped(event);
+  }
+  return false;
+}
+
+bool PageState::TryAddEvent(Json* event) {
   {
     const std::lock_guard<std::mutex> lock(events_mutex_);
     if (!open_) {
-      ++dropped_events_;
       return false;
     }
     if (on_event_ != nullptr) {
-      on_event_(std::move(event));
+      on_event_(std::move(*event));
       return true;
     }
-    events_.push_back(std::move(event));
+    events_.push_back(std::move(*event));
   }
   event_came_.notify_one();
   return true;

@@ -74,12 +74,14 @@ class PageState {
   Page::Outcome SendMark(std::shared_ptr<Call> call);
   void Forget(const std::shared_ptr<Call>& call);
 
-  // False when the page is gone: the event is counted and dropped.
+  // False when the page is gone: the event is counted and dropped, and the browser's user told.
   bool AddEvent(Json event);
   std::optional<Json> TakeEvent(std::chrono::milliseconds timeout);
   int64_t DroppedEvents() const { return dropped_events_.load(); }
 
  private:
+  // Keeps the event or hands it on; false, and the event untouched, when the page is gone.
+  bool TryAddEvent(Json* event);
   // What make_task gives is put into the queue of the handler.
   Page::Outcome Enqueue(
       const std::shared_ptr<Call>& call,

@@ -131,6 +131,9 @@ class Browser {
     ExtensionAnswers extension_answers;
     std::shared_ptr<ExtensionSystem> extension_system;  // answers instead, when set
     bool offer_extension_system = true;  // false: as an engine that is not a television's
+    // Called for each event that is dropped because its page was closed, on the thread that posted
+    // it; on several threads at once, if they post at once.
+    std::function<void(const Json& event)> on_dropped;
   };
   using Attributes = std::vector<std::pair<std::string, std::string>>;
   // Called for each event, in order and one at a time, on the thread that posted it; the event is
