@@ -197,6 +197,9 @@ int32_t LoopTable::Run(PP_Resource resource) {
   }
   const std::shared_ptr<Loop> loop = attachment.loop;
   const int32_t result = loop->Run();
+  if (Find(resource) == nullptr) {  // released while it ran: nobody can run it any more
+    loop->Destroy();
+  }
   if (loop->IsDestroyed()) {
     attachment = {};
   }

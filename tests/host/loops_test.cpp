@@ -119,15 +119,25 @@ TEST_F(LoopsTest, WorkRunsInOrderAndQuitHasItsPlace) {
 }
 
 TEST_F(LoopsTest, ReleasedWhileItRunsItStillEnds) {
-  const PP_Resource loop = NewLoop();
-  tables_.loop.PostWork(loop, Note("ran"), 0);
-  tables_.loop.PostWork(loop, Work([&] { tables_.core.ReleaseResource(loop); }), 0);
-  tables_.loop.PostQuit(loop, PP_TRUE);
-  OnOtherThread([&] {
-    tables_.loop.AttachToCurrentThread(loop);
-    EXPECT_EQ(tables_.loop.Run(loop), PP_OK);
-  });
-  EXPECT_THAT(notes_, ElementsAre("ran"));
+  static constexpr PPP_MessageHandler kHandler = {
+      [](PP_Instance, void*, const PP_Var*) { FAIL(); },
+      [](PP_Instance, void*, const PP_Var*, PP_Var*) { FAIL(); }, [](PP_Instance, void*) {}};
+  for (const PP_Bool destroys : {PP_TRUE, PP_FALSE}) {
+    const PP_Resource loop = NewLoop();
+    tables_.messaging.RegisterMessageHandler(page_->instance(), nullptr, &kHandler, loop);
+    tables_.loop.PostWork(loop, Note("ran"), 0);
+    tables_.loop.PostWork(loop, Work([&] { tables_.core.ReleaseResource(loop); }), 0);
+    tables_.loop.PostQuit(loop, destroys);
+    page_->Post("behind the quit");
+    EXPECT_EQ(browser_.LiveVars(), 1);
+    OnOtherThread([&] {
+      tables_.loop.AttachToCurrentThread(loop);
+      EXPECT_EQ(tables_.loop.Run(loop), PP_OK);
+      EXPECT_EQ(tables_.loop.GetCurrent(), 0);
+    });
+    EXPECT_EQ(browser_.LiveVars(), 0) << "what waited is dropped";
+  }
+  EXPECT_THAT(notes_, ElementsAre("ran", "ran"));
   EXPECT_THAT(browser_.Defects(), IsEmpty());
 }
 

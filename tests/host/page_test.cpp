@@ -382,5 +382,34 @@ TEST_F(PageTest, CallbackTakesEventsInsteadOfTheQueue) {
   ExpectCleanEnd();
 }
 
+TEST_F(PageTest, ClosedInTheMiddleOfABurstNothingIsLostOrLeaked) {
+  for (int round = 0; round < 20; ++round) {
+    std::unique_ptr<Handler> handler;
+    Plugin::Current().did_destroy = [&handler](PP_Instance) { handler.reset(); };
+    browser_.LoadModule(Plugin::Entry(), nullptr);
+    page_ = browser_.CreatePage();
+    handler = std::make_unique<Handler>(page_->instance());
+    handler->vars = &browser_.vars();
+    handler->Register();
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 2; ++t) {
+      threads.emplace_back([this] {
+        while (page_->IsOpen()) {
+          page_->Post("message");
+          const Outcome outcome = page_->SendBlocking("message").outcome;
+          EXPECT_TRUE(outcome == Outcome::kAnswered || outcome == Outcome::kPageGone);
+          PostEvent(page_->instance(), "event");
+        }
+      });
+    }
+    std::this_thread::sleep_for(milliseconds(2));
+    page_->Close();
+    for (std::thread& thread : threads) {
+      thread.join();
+    }
+    ExpectCleanEnd();
+  }
+}
+
 }  // namespace
 }  // namespace lumivex::host

@@ -25,7 +25,10 @@ std::string CallOf(const std::string& line) {
   }
   const std::size_t space = line.find(' ');
   const std::string first = line.substr(0, space);
-  if (first == "player" || first == "tuner" || first == "bridge") {
+  if (first == "bridge") {
+    return line;
+  }
+  if (first == "player" || first == "tuner") {
     return line.substr(0, line.find_first_of(" (", space + 1));
   }
   return first == "post" ? "" : first;

@@ -31,7 +31,7 @@ struct Command {
 const std::vector<Command>& Commands();
 
 // The name of the platform's call in a line of the journal: "player 20", "tuner SetChType",
-// "bridge get_window_id", "dlsym", "log". Empty when there is none.
+// "bridge get_window_id undefined", "dlsym", "log". Empty when there is none.
 std::string CallOf(const std::string& line);
 
 }  // namespace lumivex::test

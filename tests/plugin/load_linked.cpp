@@ -69,12 +69,6 @@ int32_t RegisterMessageHandler(PP_Instance instance,
              : browsers<PPB_Messaging>->RegisterMessageHandler(instance, user_data, handler, loop);
 }
 
-// It quits all the same: a browser refuses this to a loop that is at its end already.
-int32_t PostQuit(PP_Resource loop, PP_Bool should_destroy) {
-  const int32_t result = browsers<PPB_MessageLoop>->PostQuit(loop, should_destroy);
-  return BrowserCalls::Get().Note("PPB_MessageLoop.PostQuit") ? PP_ERROR_FAILED : result;
-}
-
 // What the plug-in has no use for stays out of its tables: a call would end the test.
 
 void Fill(PPB_Core* table) {
@@ -90,7 +84,7 @@ void Fill(PPB_MessageLoop* table) {
                                               PP_ERROR_FAILED);
   Wrapped<&Loop::Run>::Into(table, "PPB_MessageLoop.Run", PP_ERROR_FAILED);
   Wrapped<&Loop::PostWork>::Into(table, "PPB_MessageLoop.PostWork", PP_ERROR_FAILED);
-  table->PostQuit = &PostQuit;
+  Wrapped<&Loop::PostQuit>::Into(table, "PPB_MessageLoop.PostQuit", PP_ERROR_FAILED);
 }
 
 void Fill(PPB_Messaging* table) {
@@ -167,15 +161,25 @@ std::set<std::string> BrowserCalls::Take() {
   return std::exchange(names_, {});
 }
 
-void BrowserCalls::Fail(const std::string& name) {
+void BrowserCalls::Fail(const std::string& name, int nth) {
   const std::lock_guard<std::mutex> lock(mutex_);
   failing_ = name;
+  nth_ = nth;
+  noted_ = 0;
+  failed_ = name.empty() ? failed_ : 0;
+}
+
+int BrowserCalls::Failed() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return failed_;
 }
 
 bool BrowserCalls::Note(const char* name) {
   const std::lock_guard<std::mutex> lock(mutex_);
   names_.insert(name);
-  return failing_ == name;
+  const bool fails = failing_ == name && (++noted_ == nth_ || nth_ == 0);
+  failed_ += fails ? 1 : 0;
+  return fails;
 }
 
 Registrations& Registrations::Get() {

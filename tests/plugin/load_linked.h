@@ -17,14 +17,20 @@ class BrowserCalls {
  public:
   static BrowserCalls& Get();
 
-  std::set<std::string> Take();        // names since the last time
-  void Fail(const std::string& name);  // from now on, and no other; none when empty
-  bool Note(const char* name);         // whether the call has to fail
+  std::set<std::string> Take();  // names since the last time
+  // From now on the calls of that name fail and no other, or the nth of them alone; none when
+  // empty.
+  void Fail(const std::string& name, int nth = 0);
+  int Failed();                 // calls since something was last told to fail
+  bool Note(const char* name);  // whether the call has to fail
 
  private:
   std::mutex mutex_;
   std::set<std::string> names_;
   std::string failing_;
+  int nth_ = 0;
+  int noted_ = 0;  // calls of that name
+  int failed_ = 0;
 };
 
 // What the plug-in registered last. While registrations are swallowed they are answered with

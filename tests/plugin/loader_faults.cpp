@@ -1,9 +1,14 @@
 #include "loader_faults.h"
 
+#include <dlfcn.h>
+#include <pthread.h>
+
+#include <cerrno>
 #include <cstring>
 #include <string>
 
 #include "journal.h"
+#include "load_linked.h"
 #include "player_recorder.h"
 
 using lumivex::test::Journal;
@@ -64,5 +69,17 @@ int __wrap_dlclose(void* handle) {
   }
   --LoaderFaults::Get().open;
   return 0;
+}
+
+// For the whole program, whose symbols come before those of libc.
+__attribute__((visibility("default"))) int pthread_create(pthread_t* thread,
+                                                          const pthread_attr_t* attributes,
+                                                          void* (*routine)(void*),
+                                                          void* argument) noexcept {
+  static const auto real =
+      reinterpret_cast<decltype(&pthread_create)>(__real_dlsym(RTLD_NEXT, "pthread_create"));
+  return lumivex::test::BrowserCalls::Get().Note("pthread_create")
+             ? EAGAIN
+             : real(thread, attributes, routine, argument);
 }
 }

@@ -126,9 +126,9 @@ TEST_F(Lifecycle, Threads) {
 }
 
 TEST_F(Lifecycle, TwoInstancesHaveEverythingOfTheirOwn) {
-  services_->answer = [](PP_Instance instance, const std::string& operation, PP_Var* result) {
-    *result =
-        operation == "get_window_id" ? host::IntVar(10 * instance) : host::BoolVar(instance == 2);
+  services_->answer = [](PP_Instance instance, const std::string& call, PP_Var* result) {
+    *result = call == "get_window_id undefined" ? host::IntVar(10 * instance)
+                                                : host::BoolVar(instance == 2);
     return 0;
   };
   Open();

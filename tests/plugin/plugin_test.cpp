@@ -37,9 +37,10 @@ PP_Var PrivateServices::GetEmbedderName(host::VarTable& vars, PP_Instance instan
 int32_t PrivateServices::GenericSyncCall(
     host::VarTable& vars, PP_Instance instance, PP_Var operation, PP_Var data, PP_Var* result) {
   const std::string name = TextOf(&vars, operation);
-  Journal::Get().Add("bridge " + name + " " + Describe(&vars, data));
+  const std::string call = name + " " + Describe(&vars, data);
+  Journal::Get().Add("bridge " + call);
   if (answer) {
-    return answer(instance, name, result);
+    return answer(instance, call, result);
   }
   if (name == "get_window_id") {
     *result = host::IntVar(7);

@@ -33,8 +33,8 @@ inline constexpr char kTuner[] = "lumivexrfmanager";
 // The private services of the browser. A call appears in the journal as "bridge operation data".
 class PrivateServices : public host::ExtensionSystem {
  public:
-  // Grants both privileges and gives window 7, unless told otherwise.
-  std::function<int32_t(PP_Instance instance, const std::string& operation, PP_Var* result)> answer;
+  // Grants both privileges and gives window 7, unless told otherwise by the call: "operation data".
+  std::function<int32_t(PP_Instance instance, const std::string& call, PP_Var* result)> answer;
   std::function<PP_Var(host::VarTable* vars)> embedder_name;
   bool player_privilege = true;
   bool tuner_privilege = true;

@@ -6,12 +6,24 @@
 
 namespace pp {
 
+namespace {
+
+void QuitOnItsThread(void* user_data, int32_t) {
+  static_cast<MessageLoop*>(user_data)->PostQuit(true);
+}
+
+}  // namespace
+
 SimpleThreadAwaitLoop::SimpleThreadAwaitLoop(const InstanceHandle& instance)
     : message_loop_(instance) {}
 
 SimpleThreadAwaitLoop::~SimpleThreadAwaitLoop() {
   if (thread_.joinable()) {
-    message_loop_.PostQuit(true);
+    // A loop that is at its end already refuses both. One that goes on and refuses both cannot be
+    // ended: the thread is waited for all the same, as it must not outlive the plug-in's code.
+    if (message_loop_.PostQuit(true) != PP_OK) {
+      message_loop_.PostWork({&QuitOnItsThread, &message_loop_, 0});
+    }
     thread_.join();
   }
 }
