@@ -71,7 +71,7 @@ int __wrap_dlclose(void* handle) {
   return 0;
 }
 
-// For the whole program, whose symbols come before those of libc.
+// Fails as BrowserCalls tells; for the whole program, whose symbols come before those of libc.
 __attribute__((visibility("default"))) int pthread_create(pthread_t* thread,
                                                           const pthread_attr_t* attributes,
                                                           void* (*routine)(void*),
