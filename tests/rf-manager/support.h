@@ -140,7 +140,7 @@ inline std::ptrdiff_t SettledThreads() {
 
 // A joined thread may be listed a moment longer.
 inline bool ThreadsComeTo(std::ptrdiff_t count) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+  const auto end = std::chrono::steady_clock::now() + kPatience;
   while (CountThreads() != count) {
     if (std::chrono::steady_clock::now() > end) {
       return false;

@@ -30,7 +30,7 @@ inline void StartFirstThread() {
 
 // A joined thread may be listed a moment longer.
 inline bool ThreadsComeTo(std::ptrdiff_t count) {
-  for (int i = 0; i < 1000 && CountThreads() != count; ++i) {
+  for (int i = 0; i < 10000 && CountThreads() != count; ++i) {
     usleep(1000);
   }
   return CountThreads() == count;

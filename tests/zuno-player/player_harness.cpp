@@ -32,7 +32,7 @@ bool IsError(int id) {
 }
 
 milliseconds Patience(int msec) {
-  return milliseconds(msec * (kSanitized ? 3 : 1));
+  return milliseconds(msec * (kSanitized ? 10 : 4));
 }
 
 int Slack(int msec) {
@@ -151,6 +151,15 @@ bool Recorder::WaitFor(int id, std::size_t count, milliseconds limit) const {
   });
 }
 
+bool Recorder::WaitForText(const std::string& text) const {
+  std::unique_lock<std::mutex> lock(mutex_);
+  return changed_.wait_for(lock, Patience(1000), [&] {
+    return std::any_of(notes_.begin(), notes_.end(), [&text](const Note& note) {
+      return note.id == kTimedText && note.text == text;
+    });
+  });
+}
+
 void Recorder::Clear() {
   const std::lock_guard<std::mutex> lock(mutex_);
   notes_.clear();
@@ -201,6 +210,14 @@ int Rig::Position() const {
 int Rig::Duration() const {
   int msec = -1;
   return player->GetDuration(&msec) ? msec : -1;
+}
+
+bool Rig::WaitForPosition(int msec) const {
+  const auto begin = TestClock::now();
+  while (Position() < msec && TestClock::now() - begin < Patience(5000)) {
+    SleepFor(20);
+  }
+  return Position() >= msec;
 }
 
 bool Rig::PlayFile(const std::string& url, unsigned int offset) const {

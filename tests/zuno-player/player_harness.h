@@ -25,7 +25,8 @@ bool IsError(int id);
 using TestClock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-// Waits are longer when a sanitizer slows everything down.
+// How long to wait at most for what takes about so long on an idle machine: far longer, as a wait
+// that is fulfilled costs nothing.
 milliseconds Patience(int msec);
 // So much may a time be off; more with a sanitizer, whose builds are no measure of time.
 int Slack(int msec);
@@ -61,6 +62,8 @@ class Recorder {
   std::vector<std::string> Texts() const;
   // False when so many messages of the id have not come in time.
   bool WaitFor(int id, std::size_t count, milliseconds limit) const;
+  // False when this cue has not come in time.
+  bool WaitForText(const std::string& text) const;
   void Clear();
 
   // What every test may ask at its end: the callbacks came from one thread, never two at once.
@@ -105,6 +108,8 @@ struct Rig {
 
   int Position() const;  // -1 when refused
   int Duration() const;  // -1 when refused
+  // False when playing has not got there in time.
+  bool WaitForPosition(int msec) const;
   // Opens and plays; false as soon as one of the two is refused.
   bool PlayFile(const std::string& url, unsigned int offset = 0) const;
 

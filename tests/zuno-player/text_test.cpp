@@ -39,11 +39,11 @@ TEST(TimedText, ArrivesAtItsTime) {
     ASSERT_TRUE(rig.player->SetPlaySpeed(3.0F));
     ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 3, Patience(2000)));
     EXPECT_NEAR(6000, positions[2], Slack(300));
-    ASSERT_TRUE(rig.player->SetPlaySpeed(1.0F));
 
     // Paused before a cue, it waits.
-    ASSERT_TRUE(rig.player->Seek(12300));
     ASSERT_TRUE(rig.player->Pause());
+    ASSERT_TRUE(rig.player->SetPlaySpeed(1.0F));
+    ASSERT_TRUE(rig.player->Seek(12800));
     SleepFor(600);
     EXPECT_EQ(3U, rig.recorder.Texts().size());
     ASSERT_TRUE(rig.player->Resume());
@@ -110,18 +110,17 @@ TEST(TimedText, CanComeFirstAndBeReplaced) {
       WriteFile("other.srt", "1\r\n00:00:00,500 --> 00:00:19,000\r\nOther\r\n");
   ASSERT_TRUE(rig.player->StartSubtitle(other.c_str(), 0));
   ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 1, Patience(500)));
-  SleepFor(2500);  // beyond the start of a cue of the file before
+  ASSERT_TRUE(rig.WaitForPosition(3300));  // beyond the start of a cue of the file before
   EXPECT_EQ(std::vector<std::string>{"Other"}, rig.recorder.Texts());
 
   // From a server; and it ends with its medium.
-  rig.recorder.Clear();
   ASSERT_TRUE(rig.player->StartSubtitle(server.Url("cues.vtt").c_str(), 0));
   ASSERT_TRUE(rig.player->Seek(7000));
-  ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 1, Patience(500)));
+  ASSERT_TRUE(rig.recorder.WaitForText(kCues[2]));
   rig.recorder.Clear();
   ASSERT_TRUE(rig.PlayFile(Media("clip.webm"), 900));
-  SleepFor(700);
-  EXPECT_TRUE(rig.recorder.Texts().empty());
+  ASSERT_TRUE(rig.WaitForPosition(1600));
+  EXPECT_EQ(std::vector<std::string>{}, rig.recorder.Texts());
 }
 
 TEST(TimedText, FilesAreReadOrRefused) {
