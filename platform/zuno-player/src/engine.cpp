@@ -149,6 +149,33 @@ class Engine::Busy {
   Engine* const engine_;
 };
 
+// Halts what plays while the pipeline jumps. Buffering pauses the pipeline, and one that is paused
+// after it has gone back to zero for the jump, but has not yet come to rest, takes the time that it
+// had been playing for along to its new place. Made and ended with the lock held.
+class Engine::Standstill {
+ public:
+  explicit Standstill(Engine* engine) : engine_(engine) {
+    if (MayPlay()) {
+      engine_->pipeline_->Pause();
+    }
+  }
+  ~Standstill() {
+    if (MayPlay()) {
+      engine_->pipeline_->Play();
+    }
+  }
+  Standstill(const Standstill&) = delete;
+  Standstill& operator=(const Standstill&) = delete;
+
+ private:
+  bool MayPlay() const {
+    return engine_->pipeline_ != nullptr && engine_->state_ == State::kPlaying &&
+           !engine_->buffering_;
+  }
+
+  Engine* const engine_;
+};
+
 std::shared_ptr<Engine> Engine::Start() {
   if (!InitGstreamer()) {
     return nullptr;
@@ -334,6 +361,7 @@ bool Engine::Seek(int msec) {
 
 bool Engine::JumpTo(Lock* lock, std::int64_t msec, float speed) {
   const Busy busy(this);
+  const Standstill standstill(this);
   if (!pipeline_->Seek(msec, speed)) {
     return false;
   }
@@ -354,8 +382,9 @@ bool Engine::SetSpeed(float speed) {
       state_ == State::kEnded || !pipeline_->IsSeekable()) {
     return false;
   }
-  const Busy busy(this);
   const std::int64_t position = CurrentPosition();
+  const Busy busy(this);
+  const Standstill standstill(this);
   if (!pipeline_->Seek(position, speed)) {
     return false;
   }
@@ -640,7 +669,7 @@ void Engine::HandleBuffering(int percent) {
   }
   if (percent >= 100) {
     EndBuffering();
-    if (state_ == State::kPlaying) {
+    if (state_ == State::kPlaying && !busy_) {  // a jump under way starts it itself
       next_report_ = Clock::now() + kReportInterval;
       pipeline_->Play();
     }

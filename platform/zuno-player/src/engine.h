@@ -115,6 +115,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   };
 
   class Busy;
+  class Standstill;
 
   Engine();
 
