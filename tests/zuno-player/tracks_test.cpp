@@ -156,6 +156,31 @@ TEST(Tracks, SwitchingIsHeardWhilePlaying) {
   expect_tone(back_at + late, heard.size() - 1, 440);
 }
 
+// What is still under way from the track before must not hold up the jump, least of all for ever.
+TEST(Tracks, ASwitchIsFollowedByAJump) {
+  Rig rig;
+  ASSERT_TRUE(rig.PlayFile(Media("tracks.mkv")));
+  for (int i = 1; i <= 8; ++i) {
+    const bool paused = i % 4 < 2;
+    SCOPED_TRACE(std::to_string(i) + (paused ? " paused" : " playing"));
+    ASSERT_TRUE(rig.WaitForPosition(i * 1000 + 200));
+    if (paused) {
+      ASSERT_TRUE(rig.player->Pause());
+    }
+    ASSERT_TRUE(rig.player->SetStreamID(kAudio, i % 2));
+    ASSERT_TRUE(rig.player->SetStreamID(kText, 0));
+    SleepFor(i * 5);
+    const auto begin = TestClock::now();
+    EXPECT_TRUE(rig.player->Seek((i + 1) * 1000));
+    EXPECT_LT(MillisecondsSince(begin), Slack(1000));
+    if (paused) {
+      ASSERT_TRUE(rig.player->Resume());
+    }
+  }
+  EXPECT_TRUE(rig.WaitForPosition(9500));
+  EXPECT_TRUE(rig.recorder.Errors().empty());
+}
+
 TEST(Tracks, SoundKeepsItsPitchAtOtherSpeeds) {
   const Capture capture("speed.raw");
   Rig rig;

@@ -105,6 +105,45 @@ void OnElementAdded(GstBin* /*playbin*/, GstBin* /*bin*/, GstElement* element, v
   }
 }
 
+// Gives what waits for room in the queues before the sinks all the room it wants. A stream that has
+// just been deselected may wait there, where no flush reaches it any more; while the sinks stand
+// still, the flush would then wait for it for ever.
+class RoomInQueues {
+ public:
+  explicit RoomInQueues(GstElement* playbin) {
+    for (const char* name : {"aqueue", "vqueue", "subqueue"}) {
+      ElementPtr queue(gst_bin_get_by_name(GST_BIN(playbin), name));
+      if (queue != nullptr) {
+        Limits limits = {};
+        g_object_get(queue.get(), "max-size-buffers", &limits.buffers, "max-size-bytes",
+                     &limits.bytes, "max-size-time", &limits.time, nullptr);
+        Set(queue.get(), {});
+        queues_.emplace_back(std::move(queue), limits);
+      }
+    }
+  }
+  ~RoomInQueues() {
+    for (const auto& [queue, limits] : queues_) {
+      Set(queue.get(), limits);
+    }
+  }
+  RoomInQueues(const RoomInQueues&) = delete;
+  RoomInQueues& operator=(const RoomInQueues&) = delete;
+
+ private:
+  struct Limits {
+    guint buffers, bytes;
+    guint64 time;
+  };
+
+  static void Set(GstElement* queue, const Limits& limits) {
+    g_object_set(queue, "max-size-buffers", limits.buffers, "max-size-bytes", limits.bytes,
+                 "max-size-time", limits.time, nullptr);
+  }
+
+  std::vector<std::pair<ElementPtr, Limits>> queues_;
+};
+
 }  // namespace
 
 std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* videoSink) {
@@ -177,6 +216,7 @@ bool Pipeline::IsSeekable() const {
 }
 
 bool Pipeline::Seek(std::int64_t msec, double speed) {
+  const RoomInQueues room(playbin_.get());
   return gst_element_seek(playbin_.get(), speed, GST_FORMAT_TIME,
                           static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE),
                           GST_SEEK_TYPE_SET, msec * GST_MSECOND, GST_SEEK_TYPE_NONE, -1) != FALSE;
