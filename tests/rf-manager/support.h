@@ -6,10 +6,8 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <filesystem>
 #include <functional>
 #include <future>
-#include <iterator>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -17,6 +15,8 @@
 #include <tuple>
 #include <utility>
 #include <vector>
+
+#include "process.h"
 
 using Event = std::tuple<unsigned int, int, std::string>;  // code, param1, param2
 
@@ -126,28 +126,12 @@ inline bool TuneOne(CRFManager* manager) {
 }
 const Event kOneTuned{0, 1, "Lumivex One"};
 
-inline std::ptrdiff_t CountThreads() {
-  namespace fs = std::filesystem;
-  return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
-}
+using lumivex::test::CountThreads;
+using lumivex::test::ThreadsComeTo;
 
-// Under ThreadSanitizer the first thread brings one more, which stays; it must not count.
 inline std::ptrdiff_t SettledThreads() {
-  std::thread([] {}).join();
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  lumivex::test::StartFirstThread();
   return CountThreads();
-}
-
-// A joined thread may be listed a moment longer.
-inline bool ThreadsComeTo(std::ptrdiff_t count) {
-  const auto end = std::chrono::steady_clock::now() + kPatience;
-  while (CountThreads() != count) {
-    if (std::chrono::steady_clock::now() > end) {
-      return false;
-    }
-    std::this_thread::yield();
-  }
-  return true;
 }
 
 #endif  // TESTS_RF_MANAGER_SUPPORT_H_

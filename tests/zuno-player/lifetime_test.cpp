@@ -1,5 +1,4 @@
 // Creating, ending and calling at any moment, from any thread.
-#include <dirent.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -7,33 +6,17 @@
 
 #include "http_server.h"
 #include "player_harness.h"
+#include "process.h"
+#include "wait_until.h"
 
 namespace {
 
-int EntriesOf(const char* folder) {
-  DIR* dir = opendir(folder);
-  int count = 0;
-  while (dir != nullptr && readdir(dir) != nullptr) {
-    ++count;
-  }
-  closedir(dir);
-  return count;
-}
-
-int Threads() {
-  return EntriesOf("/proc/self/task");
-}
-
-int Files() {
-  return EntriesOf("/proc/self/fd");
-}
+using lumivex::test::CountFiles;
+using lumivex::test::CountThreads;
 
 // Threads that have been told to end take a moment.
-bool Settles(int (*count)(), int expected) {
-  for (int waited = 0; count() > expected && waited < Patience(3000).count(); waited += 10) {
-    SleepFor(10);
-  }
-  return count() <= expected;
+bool Settles(std::ptrdiff_t (*count)(), std::ptrdiff_t expected) {
+  return WaitUntil(Patience(3000), [&] { return count() <= expected; });
 }
 
 using Moment = std::function<void(Rig*)>;
@@ -77,8 +60,8 @@ std::vector<std::pair<const char*, Moment>> Moments(const HttpServer& slow,
 TEST(Lifetime, LeavesNoThreadAndNoFileBehind) {
   HttpServer::Options options;
   options.bytes_per_second = 40000;
-  int threads = 0;
-  int files = 0;
+  std::ptrdiff_t threads = 0;
+  std::ptrdiff_t files = 0;
   // The first rounds start what GStreamer and GLib keep for the whole process. The servers' own
   // threads and connections come and go with each round.
   for (int round = 0; round < 4; ++round) {
@@ -92,25 +75,27 @@ TEST(Lifetime, LeavesNoThreadAndNoFileBehind) {
     }
     if (round == 1) {
       SleepFor(500);
-      threads = Threads();
-      files = Files();
+      threads = CountThreads();
+      files = CountFiles();
     }
   }
-  EXPECT_TRUE(Settles(Threads, threads)) << Threads() << " threads, " << threads << " before";
-  EXPECT_TRUE(Settles(Files, files)) << Files() << " files, " << files << " before";
+  EXPECT_TRUE(Settles(CountThreads, threads))
+      << CountThreads() << " threads, " << threads << " before";
+  EXPECT_TRUE(Settles(CountFiles, files)) << CountFiles() << " files, " << files << " before";
 }
 
 TEST(Lifetime, ThreadsOfALocalFileEndWithThePlayer) {
   // GLib keeps the thread that starts its threads.
   ASSERT_TRUE(Rig().PlayFile(Media("clip.webm")));
   SleepFor(300);
-  const int before = Threads();
+  const std::ptrdiff_t before = CountThreads();
   {
     Rig rig;
     ASSERT_TRUE(rig.PlayFile(Media("clip.webm")));
-    EXPECT_GT(Threads(), before);
+    EXPECT_GT(CountThreads(), before);
   }
-  EXPECT_TRUE(Settles(Threads, before)) << Threads() << " threads, " << before << " before";
+  EXPECT_TRUE(Settles(CountThreads, before))
+      << CountThreads() << " threads, " << before << " before";
 }
 
 TEST(Lifetime, NoCallbackComesAfterDeletionOrUnregistering) {

@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "wait_until.h"
+
 namespace {
 
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
@@ -213,11 +215,7 @@ int Rig::Duration() const {
 }
 
 bool Rig::WaitForPosition(int msec) const {
-  const auto begin = TestClock::now();
-  while (Position() < msec && TestClock::now() - begin < Patience(5000)) {
-    SleepFor(20);
-  }
-  return Position() >= msec;
+  return WaitUntil(Patience(5000), [&] { return Position() >= msec; });
 }
 
 bool Rig::PlayFile(const std::string& url, unsigned int offset) const {

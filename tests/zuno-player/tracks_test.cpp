@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "player_harness.h"
+#include "wait_until.h"
 
 namespace {
 
@@ -37,11 +38,7 @@ class Capture {
     return none_yet ? 0 : size / (2 * kWindow);
   }
   bool WaitForTenths(std::size_t count) const {
-    const auto begin = TestClock::now();
-    while (Tenths() < count && TestClock::now() - begin < Patience(8000)) {
-      SleepFor(20);
-    }
-    return Tenths() >= count;
+    return WaitUntil(Patience(8000), [&] { return Tenths() >= count; });
   }
 
   // The frequency of each full tenth of a second so far, by counting the tone's zero crossings;

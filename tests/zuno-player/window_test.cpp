@@ -4,6 +4,7 @@
 
 #include "player_harness.h"
 #include "virtual_screen.h"
+#include "wait_until.h"
 
 namespace {
 
@@ -79,26 +80,19 @@ class Page {
 
   // Waits until the picture fills exactly this rectangle.
   bool Shows(const Rect& rect) const {
-    for (int waited = 0; waited < Patience(2000).count(); waited += 20) {
-      const std::uint32_t right = rect.x + rect.width;
-      const std::uint32_t middle = rect.y + rect.height / 4;
-      if (Bars(rect) == "wycgmrb" && At(rect.x - 2, middle) == kPageColor &&
-          At(right + 1, middle) == kPageColor && At(rect.x + 2, rect.y - 2) == kPageColor &&
-          At(rect.x + 2, middle) != kPageColor && At(right - 3, middle) != kPageColor &&
-          At(rect.x + 2, rect.y + rect.height + 1) == kPageColor) {
-        return true;
-      }
-      SleepFor(20);
-    }
-    return false;
+    const std::uint32_t right = rect.x + rect.width;
+    const std::uint32_t middle = rect.y + rect.height / 4;
+    return WaitUntil(Patience(2000), [&] {
+      return Bars(rect) == "wycgmrb" && At(rect.x - 2, middle) == kPageColor &&
+             At(right + 1, middle) == kPageColor && At(rect.x + 2, rect.y - 2) == kPageColor &&
+             At(rect.x + 2, middle) != kPageColor && At(right - 3, middle) != kPageColor &&
+             At(rect.x + 2, rect.y + rect.height + 1) == kPageColor;
+    });
   }
 
   // Waits until no picture covers the page there.
   bool ShowsItselfAt(std::uint32_t x, std::uint32_t y) const {
-    for (int waited = 0; At(x, y) != kPageColor && waited < Patience(500).count(); waited += 20) {
-      SleepFor(20);
-    }
-    return At(x, y) == kPageColor;
+    return WaitUntil(Patience(500), [&] { return At(x, y) == kPageColor; });
   }
 
  private:

@@ -1,5 +1,5 @@
-#ifndef TESTS_DESKTOP_WAIT_UNTIL_H_
-#define TESTS_DESKTOP_WAIT_UNTIL_H_
+#ifndef TESTS_SUPPORT_WAIT_UNTIL_H_
+#define TESTS_SUPPORT_WAIT_UNTIL_H_
 
 #include <chrono>
 #include <thread>
@@ -17,4 +17,4 @@ bool WaitUntil(std::chrono::milliseconds limit, Condition condition) {
   return true;
 }
 
-#endif  // TESTS_DESKTOP_WAIT_UNTIL_H_
+#endif  // TESTS_SUPPORT_WAIT_UNTIL_H_
