@@ -1,8 +1,21 @@
 # The platform's libraries from a device SDK, as imported targets of the names that the stand-ins
 # have. Nothing outside the root is looked at.
 if(NOT IS_DIRECTORY "${LUMIVEX_PLATFORM_ROOT}")
-  message(FATAL_ERROR "LUMIVEX_PLATFORM_ROOT is \"${LUMIVEX_PLATFORM_ROOT}\", which is no folder")
+  message(FATAL_ERROR "LUMIVEX_PLATFORM_ROOT is \"${LUMIVEX_PLATFORM_ROOT}\", which is not a folder")
 endif()
+
+# lumivex_elf_kind(<file> <variable>): word size, byte order and processor, as its ELF header has them.
+function(lumivex_elf_kind file variable)
+  file(READ "${file}" header LIMIT 20 HEX)
+  set(kind "not an ELF file")
+  if(header MATCHES "^7f454c46")
+    string(SUBSTRING "${header}" 8 4 kind)
+    string(SUBSTRING "${header}" 36 4 processor)
+    string(APPEND kind "-${processor}")
+  endif()
+  set(${variable} "${kind}" PARENT_SCOPE)
+endfunction()
+lumivex_elf_kind("${CMAKE_PLATFORM_INFO_DIR}/CMakeDetermineCompilerABI_CXX.bin" LUMIVEX_ELF_KIND)
 
 # lumivex_platform_library(<target> <header that its include folder holds> <library name>...)
 # Looked for anew each time, so that a build folder can be given another root.
@@ -18,6 +31,10 @@ function(lumivex_platform_library target header)
   elseif(NOT library)
     list(GET ARGN 0 name)
     message(FATAL_ERROR "The SDK in \"${LUMIVEX_PLATFORM_ROOT}\" lacks the library ${name}")
+  endif()
+  lumivex_elf_kind("${library}" kind)
+  if(NOT kind STREQUAL LUMIVEX_ELF_KIND)
+    message(FATAL_ERROR "${library} is not a library for ${CMAKE_SYSTEM_PROCESSOR}, which the compiler builds for: take the SDK's own toolchain file")
   endif()
   add_library(lumivex::${target} SHARED IMPORTED)
   set_target_properties(lumivex::${target} PROPERTIES

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Makes the media that the examples and the tests play, with Debian's GStreamer: clip.webm,
-# tracks.mkv, cues.srt, cues.vtt and hls/master.m3u8. What is there already stays; every file
+# tracks.mkv, turned.mp4, cues.srt, cues.vtt and hls/master.m3u8. What is there already stays; every file
 # appears under its name only when it is whole.
 #
 # usage: make-media.sh FOLDER
@@ -8,7 +8,7 @@ set -eu
 
 if [ $# -ne 1 ]; then
   echo "usage: $0 FOLDER" >&2
-  exit 2
+  exit 64
 fi
 command -v gst-launch-1.0 >/dev/null || {
   echo "$0: gst-launch-1.0 is missing (Debian package gstreamer1.0-tools)" >&2
@@ -111,6 +111,19 @@ make tracks.mkv \
   filesrc location=cues.srt ! subparse ! text/x-raw,format=utf8 \
   ! taginject tags="language-code=eng" ! queue ! mux. \
   matroskamux name=mux !
+
+# 2 s that were taken with the camera on its side, in pixels twice as wide as high. The muxer cannot state
+# the first: the header's matrix is written over.
+if [ ! -e turned.mp4 ]; then
+  make untold.mp4 \
+    videotestsrc num-buffers=50 pattern=smpte100 \
+    ! video/x-raw,format=I420,width=320,height=240,framerate=25/1,pixel-aspect-ratio=2/1 \
+    ! openh264enc bitrate=100000 rate-control=bitrate complexity=low ! h264parse ! mp4mux !
+  header=$(grep -abo tkhd untold.mp4 | cut -d: -f1)
+  printf '\000\000\000\000\000\001\000\000\000\000\000\000\377\377\000\000\000\000\000\000\000\000\000\000' |
+    dd of=untold.mp4 bs=1 seek=$((header + 44)) conv=notrunc status=none
+  mv untold.mp4 turned.mp4
+fi
 
 # variant NAME WIDTH HEIGHT BITS: 12 s in segments of 2 s.
 variant() {

@@ -14,11 +14,12 @@ seconds=${1:-30}
 build=${2:-$here/../build/fuzz}
 shift $(($# < 2 ? $# : 2))
 
-export ASAN_OPTIONS="detect_leaks=1${ASAN_OPTIONS:+:$ASAN_OPTIONS}"
+# Short stacks of allocations make it a third faster; run a finding again without for whole ones.
+export ASAN_OPTIONS="detect_leaks=1:malloc_context_size=2:quarantine_size_mb=16${ASAN_OPTIONS:+:$ASAN_OPTIONS}"
 export UBSAN_OPTIONS="print_stacktrace=1${UBSAN_OPTIONS:+:$UBSAN_OPTIONS}"
 
 status=0
-for target in messages player_messages script; do
+for target in messages texts; do
   program=$build/fuzz/fuzz_$target
   found=$build/fuzz/found/$target
   crashes=$build/fuzz/crashes/$target
@@ -28,7 +29,7 @@ for target in messages player_messages script; do
     exit 2
   fi
   mkdir -p "$found" "$crashes"
-  if "$program" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=1024 -max_len=2048 \
+  if "$program" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=1024 -max_len=512 \
     -print_final_stats=1 -dict="$here/$target.dict" -artifact_prefix="$crashes/" "$@" \
     "$found" "$here/corpus/$target" >"$log" 2>&1; then
     printf '%-16s %s inputs, %s a second, coverage %s: no finding\n' "$target" \

@@ -16,7 +16,7 @@ class CLumivexEventListener;
 struct RequestRefusal;
 
 // Log tag of the message handler and of the two listeners.
-inline constexpr char kLumivexLogTag[] = "LUMIVEX_PPLUGIN";
+inline constexpr char kLogTag[] = "LUMIVEX_PPLUGIN";
 
 // The one object through which a page talks to the plug-in.
 //
@@ -61,9 +61,9 @@ class CLumivexMessageHandler : public PPBaseMessageHandler {
   // Checks a request up to and including its command, logging for the hook at site. Null when it
   // passed. Sets moduleName and command as soon as they are known.
   const RequestRefusal* CheckRequest(const pp::VarDictionary& request,
-                                     const LogSite& site,
                                      std::string* moduleName,
-                                     std::string* command) const;
+                                     std::string* command,
+                                     LogSite site = LogSite::Caller()) const;
 
   // Makes sure that there is a tuner instance; false when it could not be obtained.
   bool InitRFManager();
@@ -110,12 +110,6 @@ class CLumivexMessageHandler : public PPBaseMessageHandler {
   pp::Var Success(pp::Var value);
   pp::Var Refuse(const RequestRefusal& refusal);
 
-  // Parts that several commands share, logging for the command at site.
-  pp::Var Control(bool (ILumivexPlayer::*operation)(),
-                  const LogSite& site,
-                  const char* failureFormat);
-  pp::Var Query(int (ILumivexPlayer::*operation)(), const LogSite& site, const char* format);
-
   pp::Instance* m_pInstance;                  // not owned; set once, so any thread may read it
   CRFManager* m_pRFManager;                   // the tuner service's; worker thread
   CLumivexEventListener* m_pRFEventListener;  // owned, set while m_pRFManager is; worker thread
@@ -136,17 +130,17 @@ class CLumivexPluginInstance : public pp::Instance {
         additional_thread_(new pp::SimpleThreadAwaitLoop(pp::InstanceHandle(this))) {
     constexpr char kTag[] = "KPP_BASE";
     prctl(PR_SET_NAME, "kpp.lumivex", 0UL, 0UL);
-    __dlog_print(LOG_ID_SYSTEM, DLOG_ERROR, kTag,
-                 LUMIVEX_LOG_LINE("[PluginLogging] begin additional_thread_->Start()"));
+    LUMIVEX_LOG(LOG_ID_SYSTEM, DLOG_ERROR, kTag, LogSite::Caller(),
+                "[PluginLogging] begin additional_thread_->Start()");
     additional_thread_->Start();
-    __dlog_print(LOG_ID_SYSTEM, DLOG_ERROR, kTag,
-                 LUMIVEX_LOG_LINE("[PluginLogging] begin RegisterMessageHandler"));
+    LUMIVEX_LOG(LOG_ID_SYSTEM, DLOG_ERROR, kTag, LogSite::Caller(),
+                "[PluginLogging] begin RegisterMessageHandler");
     if (RegisterMessageHandler(&message_handler_, additional_thread_->message_loop()) == 0) {
-      __dlog_print(LOG_ID_SYSTEM, DLOG_ERROR, kTag,
-                   LUMIVEX_LOG_LINE("[PluginLogging]  RegisterMessageHandler success"));
+      LUMIVEX_LOG(LOG_ID_SYSTEM, DLOG_ERROR, kTag, LogSite::Caller(),
+                  "[PluginLogging]  RegisterMessageHandler success");
     } else {
-      __dlog_print(LOG_ID_SYSTEM, DLOG_ERROR, kTag,
-                   LUMIVEX_LOG_LINE("[PluginLogging]  RegisterMessageHandler Fail"));
+      LUMIVEX_LOG(LOG_ID_SYSTEM, DLOG_ERROR, kTag, LogSite::Caller(),
+                  "[PluginLogging]  RegisterMessageHandler Fail");
     }
   }
   CLumivexPluginInstance(const CLumivexPluginInstance&) = delete;

@@ -58,17 +58,9 @@ class CZunoPlayerAdapter final : public virtual ILumivexPlayer {
   // The library's callbacks, on its threads; pUserData is the adapter itself.
   static int OnMessage(int id, void* pParam, void* pUserData);
   static void OnCurrentPosition(unsigned long position, void* pUserData);
-  int OnBuffering(const ZunoMessageParam* record, const LogSite& site);
+  int OnBuffering(const ZunoMessageParam* record, LogSite site = LogSite::Caller());
 
-  // Parts of the operations, logging for the operation at site.
-  bool HasPlayer(const LogSite& site) const;
-  bool Control(bool (IZunoPlayer::*operation)(), const LogSite& site, const char* failureFormat);
-  int Query(bool (IZunoPlayer::*operation)(int*), const LogSite& site, const char* failureFormat);
-  int QueryStreams(bool (IZunoPlayer::*operation)(int, int*),
-                   MEDIA_TRACK_TYPE type,
-                   const LogSite& site,
-                   const char* failureFormat);
-  bool QueryResolution(int* width, int* height, const LogSite& site);
+  bool HasPlayer(LogSite site = LogSite::Caller()) const;
 
   static const std::map<const _MsgType, const IPlaybackEventListener::ERROR_TYPE>
       m_ZunoPlayerErrorEventMap;

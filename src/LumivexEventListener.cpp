@@ -3,8 +3,6 @@
 #include "LumivexLog.h"
 #include "LumivexMessageHandler.h"
 
-#define LUMIVEX_DEBUG(...) __dlog_print(LOG_ID_MAIN, DLOG_DEBUG, kLumivexLogTag, __VA_ARGS__)
-
 namespace {
 
 // Event of the tuner that the page is told of; the others are only logged.
@@ -14,19 +12,17 @@ constexpr unsigned int TUNE_SUCCESS = 0;
 
 CLumivexEventListener::CLumivexEventListener(CLumivexMessageHandler* messageHandler)
     : m_pMessageHandler(messageHandler) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[CLumivexEventListener] constructor"));
+  LUMIVEX_DEBUG("[CLumivexEventListener] constructor");
 }
 
 void CLumivexEventListener::OnEvent(unsigned int contentType,
                                     int param1,
                                     const std::string& param2) {
-  LUMIVEX_DEBUG(
-      LUMIVEX_LOG_LINE(
-          "[CLumivexEventListener][OnEvent] contentType: [%d], param1: [%d], param2: [%s]"),
-      static_cast<int>(contentType), param1, param2.c_str());
+  LUMIVEX_DEBUG("[CLumivexEventListener][OnEvent] contentType: [%d], param1: [%d], param2: [%s]",
+                static_cast<int>(contentType), param1, param2.c_str());
   if (contentType != TUNE_SUCCESS) {
     return;
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[CLumivexEventListener][OnEvent][OnRFInfo] Event TUNE_SUCCESS"));
+  LUMIVEX_DEBUG("[CLumivexEventListener][OnEvent][OnRFInfo] Event TUNE_SUCCESS");
   m_pMessageHandler->OnRFInfo(static_cast<int>(TUNE_SUCCESS));
 }

@@ -12,9 +12,6 @@
 #include "ZunoPlayerAdapter.h"
 #include "ZunoPlayerEventListener.h"
 
-#define LUMIVEX_DEBUG(...) __dlog_print(LOG_ID_MAIN, DLOG_DEBUG, kLumivexLogTag, __VA_ARGS__)
-#define LUMIVEX_ERROR(...) __dlog_print(LOG_ID_MAIN, DLOG_ERROR, kLumivexLogTag, __VA_ARGS__)
-
 // An error result. The first three codes are the legacy DOMException codes of these names.
 struct RequestRefusal {
   int32_t code;
@@ -54,7 +51,7 @@ constexpr RequestRefusal kNoUrl = InvalidValues("Parameters are invalid");
 constexpr RequestRefusal kInvalidParameter = InvalidValues("Parameter is invalid");
 constexpr RequestRefusal kNoTuner = InvalidState("");
 
-constexpr char kVersion[] = "1.50";  // of both modules
+constexpr char kVersion[] = LUMIVEX_VERSION;  // of both modules
 
 constexpr char kPlayerModule[] = "lumivexplayer";
 constexpr char kRFManagerModule[] = "lumivexrfmanager";
@@ -199,25 +196,23 @@ CLumivexMessageHandler::CLumivexMessageHandler(pp::Instance* instance)
   pp::ExtensionSystemQuorvelWRT extensionSystem{pp::InstanceHandle(instance)};
   m_hasLumivexPlayerPrivilege = extensionSystem.CheckPrivilege(kPlayerPrivilege);
   m_hasLumivexRFMangerPrivilege = extensionSystem.CheckPrivilege(kRFManagerPrivilege);
-  LUMIVEX_DEBUG(
-      LUMIVEX_LOG_LINE("m_hasLumivexPlayerPrivilege : %d / m_hasLumivexRFMangerPrivilege : %d"),
-      m_hasLumivexPlayerPrivilege, m_hasLumivexRFMangerPrivilege);
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("LumivexPlayer Version : %s / LumivexRFManager Version: %s"),
-                kVersion, kVersion);
+  LUMIVEX_DEBUG("m_hasLumivexPlayerPrivilege : %d / m_hasLumivexRFMangerPrivilege : %d",
+                m_hasLumivexPlayerPrivilege, m_hasLumivexRFMangerPrivilege);
+  LUMIVEX_DEBUG("LumivexPlayer Version : %s / LumivexRFManager Version: %s", kVersion, kVersion);
   m_windowId = extensionSystem.GetWindowId();
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("App window Resource ID -> %d"), m_windowId);
+  LUMIVEX_DEBUG("App window Resource ID -> %d", m_windowId);
 
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Create m_pLumivexPlayerEventListener"));
+  LUMIVEX_DEBUG("Create m_pLumivexPlayerEventListener");
   m_pLumivexPlayerEventListener = new CZunoPlayerEventListener(this);
   m_pLumivexPlayer = new CZunoPlayerAdapter(m_pLumivexPlayerEventListener);
   if (!m_pLumivexPlayer->SetDisplay(m_windowId, 0, 0, kInitialWidth, kInitialHeight)) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetDisplay() returned false."));
+    LUMIVEX_ERROR("SetDisplay() returned false.");
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("End of constructor"));
+  LUMIVEX_DEBUG("End of constructor");
 }
 
 CLumivexMessageHandler::~CLumivexMessageHandler() {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Lumivex Pepper destructor starts."));
+  LUMIVEX_DEBUG("Lumivex Pepper destructor starts.");
   if (m_pRFManager != nullptr) {
     // The tuner calls the listener until it is released.
     CRFManager::ReleaseInstance();
@@ -225,7 +220,7 @@ CLumivexMessageHandler::~CLumivexMessageHandler() {
   }
   delete m_pLumivexPlayer;
   delete m_pLumivexPlayerEventListener;
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Lumivex Pepper destructor end ."));
+  LUMIVEX_DEBUG("Lumivex Pepper destructor end .");
 }
 
 void CLumivexMessageHandler::Register() {
@@ -235,14 +230,13 @@ void CLumivexMessageHandler::Register() {
 // Requests and replies.
 
 const RequestRefusal* CLumivexMessageHandler::CheckRequest(const pp::VarDictionary& request,
-                                                           const LogSite& site,
                                                            std::string* moduleName,
-                                                           std::string* command) const {
+                                                           std::string* command,
+                                                           LogSite site) const {
   if (!GetString(request, "moduleName", moduleName)) {
     return &kNoModuleName;
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE_AT(site, "=================> moduleName: %s"),
-                moduleName->c_str());
+  LUMIVEX_DEBUG_AT(site, "=================> moduleName: %s", moduleName->c_str());
   // The module name selects the privilege to test and nothing else: a name that is neither of the
   // two passes no gate.
   if (*moduleName == kPlayerModule && !m_hasLumivexPlayerPrivilege) {
@@ -262,14 +256,13 @@ pp::Var CLumivexMessageHandler::HandleBlockingMessageImpl(pp::InstanceHandle,
   const pp::VarDictionary request(message);
   std::string moduleName;
   std::string command;
-  if (const RequestRefusal* refusal =
-          CheckRequest(request, LUMIVEX_LOG_SITE, &moduleName, &command)) {
+  if (const RequestRefusal* refusal = CheckRequest(request, &moduleName, &command)) {
     return Refuse(*refusal);
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("=================> command: %s"), command.c_str());
+  LUMIVEX_DEBUG("=================> command: %s", command.c_str());
   const auto found = m_messageMap.find(command);
   if (found == m_messageMap.end()) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Can not handle the command!! "));
+    LUMIVEX_ERROR("Can not handle the command!! ");
     return Refuse(kUnknownCommand);
   }
   return (this->*found->second)(request);
@@ -281,15 +274,14 @@ void CLumivexMessageHandler::HandleMessageImpl(pp::InstanceHandle instance,
   std::string moduleName;
   std::string command;
   const RequestRefusal* refusal =
-      message.is_dictionary()
-          ? CheckRequest(pp::VarDictionary(message), LUMIVEX_LOG_SITE, &moduleName, &command)
-          : &kNotDictionaryPosted;
+      message.is_dictionary() ? CheckRequest(pp::VarDictionary(message), &moduleName, &command)
+                              : &kNotDictionaryPosted;
   std::string name;
   if (refusal == nullptr) {
     refusal = &kPosted;
     name = command;
   } else if (refusal == &kNoPlayerPrivilege) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("[LumivexMessageHandler] m_hasLumivexPlayerPrivilege fail"));
+    LUMIVEX_ERROR("[LumivexMessageHandler] m_hasLumivexPlayerPrivilege fail");
     name = moduleName;
   } else if (refusal == &kNoRFManagerPrivilege) {
     name = moduleName;
@@ -316,24 +308,6 @@ pp::Var CLumivexMessageHandler::HasRFManagerPrivilege(const pp::VarDictionary&) 
 
 // Playback. A refusal by the player is no error result: the page tells it from the value.
 
-pp::Var CLumivexMessageHandler::Control(bool (ILumivexPlayer::*operation)(),
-                                        const LogSite& site,
-                                        const char* failureFormat) {
-  const bool result = (m_pLumivexPlayer->*operation)();
-  if (!result) {
-    LUMIVEX_ERROR(failureFormat, site.file, site.function, site.line);
-  }
-  return Success(result);
-}
-
-pp::Var CLumivexMessageHandler::Query(int (ILumivexPlayer::*operation)(),
-                                      const LogSite& site,
-                                      const char* format) {
-  const int value = (m_pLumivexPlayer->*operation)();
-  LUMIVEX_DEBUG(format, site.file, site.function, site.line, value);
-  return Success(value);
-}
-
 pp::Var CLumivexMessageHandler::SetDataSource(const pp::VarDictionary& request) {
   std::string url;
   if (!GetString(request, "url", &url)) {
@@ -344,34 +318,26 @@ pp::Var CLumivexMessageHandler::SetDataSource(const pp::VarDictionary& request) 
   }
   const unsigned int timeOffset =
       request.HasKey("timeOffset") ? Unsigned(request, "timeOffset") : 0;
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetDataSource] url: %s, timeOffset: %u"), url.c_str(),
-                timeOffset);
-  const bool result = m_pLumivexPlayer->SetDataSource(url, timeOffset);
-  if (!result) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("[SetDataSource] SetDataSource(%s, %u) returned false."),
-                  url.c_str(), timeOffset);
-  }
-  return Success(result);
+  LUMIVEX_DEBUG("[SetDataSource] url: %s, timeOffset: %u", url.c_str(), timeOffset);
+  return Success(m_pLumivexPlayer->SetDataSource(url, timeOffset) ||
+                 LUMIVEX_ERROR("[SetDataSource] SetDataSource(%s, %u) returned false.", url.c_str(),
+                               timeOffset));
 }
 
 pp::Var CLumivexMessageHandler::Start(const pp::VarDictionary&) {
-  return Control(&ILumivexPlayer::Start, LUMIVEX_LOG_SITE,
-                 LUMIVEX_LOG_FORMAT("Start() returned false."));
+  return Success(m_pLumivexPlayer->Start() || LUMIVEX_ERROR("Start() returned false."));
 }
 
 pp::Var CLumivexMessageHandler::Stop(const pp::VarDictionary&) {
-  return Control(&ILumivexPlayer::Stop, LUMIVEX_LOG_SITE,
-                 LUMIVEX_LOG_FORMAT("Stop() returned false."));
+  return Success(m_pLumivexPlayer->Stop() || LUMIVEX_ERROR("Stop() returned false."));
 }
 
 pp::Var CLumivexMessageHandler::Pause(const pp::VarDictionary&) {
-  return Control(&ILumivexPlayer::Pause, LUMIVEX_LOG_SITE,
-                 LUMIVEX_LOG_FORMAT("Pause() returned false."));
+  return Success(m_pLumivexPlayer->Pause() || LUMIVEX_ERROR("Pause() returned false."));
 }
 
 pp::Var CLumivexMessageHandler::Resume(const pp::VarDictionary&) {
-  return Control(&ILumivexPlayer::Resume, LUMIVEX_LOG_SITE,
-                 LUMIVEX_LOG_FORMAT("Resume() returned false."));
+  return Success(m_pLumivexPlayer->Resume() || LUMIVEX_ERROR("Resume() returned false."));
 }
 
 pp::Var CLumivexMessageHandler::SeekTo(const pp::VarDictionary& request) {
@@ -379,12 +345,9 @@ pp::Var CLumivexMessageHandler::SeekTo(const pp::VarDictionary& request) {
     return Refuse(kInvalidParameter);
   }
   const int msec = Int(request, "msec");
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("msec: %d"), msec);
-  const bool result = m_pLumivexPlayer->SeekTo(msec);
-  if (!result) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SeekTo(%d) returned false."), msec);
-  }
-  return Success(result);
+  LUMIVEX_DEBUG("msec: %d", msec);
+  return Success(m_pLumivexPlayer->SeekTo(msec) ||
+                 LUMIVEX_ERROR("SeekTo(%d) returned false.", msec));
 }
 
 pp::Var CLumivexMessageHandler::SetPlaybackSpeed(const pp::VarDictionary& request) {
@@ -392,40 +355,39 @@ pp::Var CLumivexMessageHandler::SetPlaybackSpeed(const pp::VarDictionary& reques
     return Refuse(kInvalidParameter);
   }
   const float speed = static_cast<float>(request.Get("speed").AsDouble());
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetPlaybackSpeed] SetPlaybackSpeed: %f"),
-                static_cast<double>(speed));
-  const bool result = m_pLumivexPlayer->SetPlaybackSpeed(speed);
-  if (!result) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetPlaybackSpeed(%f) returned false."),
-                  static_cast<double>(speed));
-  }
-  return Success(result);
+  LUMIVEX_DEBUG("[SetPlaybackSpeed] SetPlaybackSpeed: %f", static_cast<double>(speed));
+  return Success(m_pLumivexPlayer->SetPlaybackSpeed(speed) ||
+                 LUMIVEX_ERROR("SetPlaybackSpeed(%f) returned false.", static_cast<double>(speed)));
 }
 
 pp::Var CLumivexMessageHandler::GetPlaybackSpeed(const pp::VarDictionary&) {
   const double speed = m_pLumivexPlayer->GetPlaybackSpeed();
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetPlaybackSpeed] %f"), speed);
+  LUMIVEX_DEBUG("[GetPlaybackSpeed] %f", speed);
   return Success(speed);
 }
 
 pp::Var CLumivexMessageHandler::GetCurrentPosition(const pp::VarDictionary&) {
-  return Query(&ILumivexPlayer::GetCurrentPosition, LUMIVEX_LOG_SITE,
-               LUMIVEX_LOG_FORMAT("GetCurrentPosition returned %d."));
+  const int value = m_pLumivexPlayer->GetCurrentPosition();
+  LUMIVEX_DEBUG("GetCurrentPosition returned %d.", value);
+  return Success(value);
 }
 
 pp::Var CLumivexMessageHandler::GetDuration(const pp::VarDictionary&) {
-  return Query(&ILumivexPlayer::GetDuration, LUMIVEX_LOG_SITE,
-               LUMIVEX_LOG_FORMAT("GetDuration() returned %d."));
+  const int value = m_pLumivexPlayer->GetDuration();
+  LUMIVEX_DEBUG("GetDuration() returned %d.", value);
+  return Success(value);
 }
 
 pp::Var CLumivexMessageHandler::GetVideoWidth(const pp::VarDictionary&) {
-  return Query(&ILumivexPlayer::GetVideoWidth, LUMIVEX_LOG_SITE,
-               LUMIVEX_LOG_FORMAT("GetVideoWidth() returned %d."));
+  const int value = m_pLumivexPlayer->GetVideoWidth();
+  LUMIVEX_DEBUG("GetVideoWidth() returned %d.", value);
+  return Success(value);
 }
 
 pp::Var CLumivexMessageHandler::GetVideoHeight(const pp::VarDictionary&) {
-  return Query(&ILumivexPlayer::GetVideoHeight, LUMIVEX_LOG_SITE,
-               LUMIVEX_LOG_FORMAT("GetVideoHeight() returned %d."));
+  const int value = m_pLumivexPlayer->GetVideoHeight();
+  LUMIVEX_DEBUG("GetVideoHeight() returned %d.", value);
+  return Success(value);
 }
 
 pp::Var CLumivexMessageHandler::GetPlayerVersion(const pp::VarDictionary&) {
@@ -440,8 +402,8 @@ pp::Var CLumivexMessageHandler::SetDisplayArea(const pp::VarDictionary& request)
   }
   Area area = {Unsigned(request, "x"), Unsigned(request, "y"), Unsigned(request, "width"),
                Unsigned(request, "height")};
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetDisplayArea] SetDisplayArea(%u, %u, %u, %u) starts"), area.x,
-                area.y, area.width, area.height);
+  LUMIVEX_DEBUG("[SetDisplayArea] SetDisplayArea(%u, %u, %u, %u) starts", area.x, area.y,
+                area.width, area.height);
   if (request.HasKey("scalingMode") &&
       Int(request, "scalingMode") == ILumivexPlayer::VIDEO_SCALING_MODE_KEEP_ASPECT_RATIO) {
     const int videoWidth = m_pLumivexPlayer->GetVideoWidth();
@@ -450,17 +412,13 @@ pp::Var CLumivexMessageHandler::SetDisplayArea(const pp::VarDictionary& request)
       return Success(false);
     }
     area = FitToVideo(area, videoWidth, videoHeight);
-    LUMIVEX_DEBUG(
-        LUMIVEX_LOG_LINE("[SetDisplayArea] After adjusting for ScalingMode - (%u, %u, %u, %u)."),
-        area.x, area.y, area.width, area.height);
+    LUMIVEX_DEBUG("[SetDisplayArea] After adjusting for ScalingMode - (%u, %u, %u, %u).", area.x,
+                  area.y, area.width, area.height);
   }
   // The fitting is done here: the player is always asked to fill the area.
-  const bool result = m_pLumivexPlayer->SetDisplayArea(area.x, area.y, area.width, area.height,
-                                                       ILumivexPlayer::VIDEO_SCALING_MODE_FILL);
-  if (!result) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetDisplayArea() returned false."));
-  }
-  return Success(result);
+  return Success(m_pLumivexPlayer->SetDisplayArea(area.x, area.y, area.width, area.height,
+                                                  ILumivexPlayer::VIDEO_SCALING_MODE_FILL) ||
+                 LUMIVEX_ERROR("SetDisplayArea() returned false."));
 }
 
 pp::Var CLumivexMessageHandler::GetNumOfTracks(const pp::VarDictionary& request) {
@@ -476,7 +434,7 @@ pp::Var CLumivexMessageHandler::GetSelectedTrack(const pp::VarDictionary& reques
   }
   const ILumivexPlayer::MEDIA_TRACK_TYPE trackType = TrackType(request);
   const int index = m_pLumivexPlayer->GetSelectedTrack(trackType);
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetSelectedTrack(%d) returned %d."), trackType, index);
+  LUMIVEX_DEBUG("GetSelectedTrack(%d) returned %d.", trackType, index);
   return Success(index);
 }
 
@@ -486,12 +444,9 @@ pp::Var CLumivexMessageHandler::SelectTrack(const pp::VarDictionary& request) {
   }
   const ILumivexPlayer::MEDIA_TRACK_TYPE trackType = TrackType(request);
   const int index = Int(request, "index");
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SelectTrack(%d, %d)"), trackType, index);
-  const bool result = m_pLumivexPlayer->SelectTrack(trackType, index);
-  if (!result) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SelectTrack(%d, %d) returned false."), trackType, index);
-  }
-  return Success(result);
+  LUMIVEX_DEBUG("SelectTrack(%d, %d)", trackType, index);
+  return Success(m_pLumivexPlayer->SelectTrack(trackType, index) ||
+                 LUMIVEX_ERROR("SelectTrack(%d, %d) returned false.", trackType, index));
 }
 
 pp::Var CLumivexMessageHandler::GetTrackLanguageCode(const pp::VarDictionary& request) {
@@ -500,16 +455,14 @@ pp::Var CLumivexMessageHandler::GetTrackLanguageCode(const pp::VarDictionary& re
   }
   const ILumivexPlayer::MEDIA_TRACK_TYPE trackType = TrackType(request);
   const int index = Int(request, "index");
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetTrackLanguageCode] trackType: %d, index: %d"), trackType,
-                index);
+  LUMIVEX_DEBUG("[GetTrackLanguageCode] trackType: %d, index: %d", trackType, index);
   std::string language;
   if (!m_pLumivexPlayer->GetTrackLanguageCode(trackType, index, &language)) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetTrackLanguageCode(%d, %d) returned false."), trackType,
-                  index);
+    LUMIVEX_ERROR("GetTrackLanguageCode(%d, %d) returned false.", trackType, index);
     return Success(kNoText);
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetTrackLanguageCode][Success] language: %s, string length: %d"),
-                language.c_str(), static_cast<int>(language.size()));
+  LUMIVEX_DEBUG("[GetTrackLanguageCode][Success] language: %s, string length: %d", language.c_str(),
+                static_cast<int>(language.size()));
   return Success(language.c_str());
 }
 
@@ -518,12 +471,9 @@ pp::Var CLumivexMessageHandler::SetTimedTextSource(const pp::VarDictionary& requ
   if (!GetString(request, "URI", &filePath)) {
     return Refuse(kInvalidParameter);
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetTimedTextSource] filePath: [%s]"), filePath.c_str());
-  const bool result = m_pLumivexPlayer->SetTimedTextSource(filePath);
-  if (!result) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetTimedTextSource(%s) returned false."), filePath.c_str());
-  }
-  return Success(result);
+  LUMIVEX_DEBUG("[SetTimedTextSource] filePath: [%s]", filePath.c_str());
+  return Success(m_pLumivexPlayer->SetTimedTextSource(filePath) ||
+                 LUMIVEX_ERROR("SetTimedTextSource(%s) returned false.", filePath.c_str()));
 }
 
 pp::Var CLumivexMessageHandler::SetDRMProperty(const pp::VarDictionary& request) {
@@ -532,23 +482,20 @@ pp::Var CLumivexMessageHandler::SetDRMProperty(const pp::VarDictionary& request)
   }
   const auto type = static_cast<ILumivexPlayer::DRM_PROPERTY_TYPE>(Int(request, "type"));
   const std::string propertyData = String(request, "propertyData");
-  const bool result = m_pLumivexPlayer->SetDRMProperty(type, propertyData);
-  if (!result) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetDRMProperty(%d, %s) returned false."), type,
-                  propertyData.c_str());
-  }
-  return Success(result);
+  return Success(
+      m_pLumivexPlayer->SetDRMProperty(type, propertyData) ||
+      LUMIVEX_ERROR("SetDRMProperty(%d, %s) returned false.", type, propertyData.c_str()));
 }
 
 pp::Var CLumivexMessageHandler::GetAvailableBitrates(const pp::VarDictionary&) {
   std::string text;
   std::vector<unsigned int> bitrates;
   if (!m_pLumivexPlayer->GetAvailableBitrates(&bitrates)) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetAvailableBitrates() returned false."));
+    LUMIVEX_ERROR("GetAvailableBitrates() returned false.");
     return Success(text);
   }
   for (std::size_t i = 0; i < bitrates.size(); ++i) {
-    LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("The bitrates[%d] is %lu"), static_cast<int>(i),
+    LUMIVEX_DEBUG("The bitrates[%d] is %lu", static_cast<int>(i),
                   static_cast<unsigned long>(bitrates[i]));
     text += (i == 0 ? "" : ",") + std::to_string(bitrates[i]);
   }
@@ -559,21 +506,20 @@ pp::Var CLumivexMessageHandler::GetAvailableBitrates(const pp::VarDictionary&) {
 
 bool CLumivexMessageHandler::InitRFManager() {
   if (m_pRFManager != nullptr) {
-    LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("RFManager is already initialized."));
+    LUMIVEX_DEBUG("RFManager is already initialized.");
     return true;
   }
   char applicationId[kApplicationIdSize] = {};
   CAppUtil::GetKelvoAppIDByPID(getppid(), applicationId, kApplicationIdSize);
   m_pRFManager = CRFManager::GetInstance(applicationId, false, nullptr);
   if (m_pRFManager == nullptr) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Getting RFManager instance failed."));
-    return false;
+    return LUMIVEX_ERROR("Getting RFManager instance failed.");
   }
   m_pRFEventListener = new CLumivexEventListener(this);
   m_pRFManager->RegisterRFEventHandler(m_pRFEventListener);
   m_pRFManager->SetSubtitleWindowSubsurface(static_cast<unsigned int>(m_windowId));
   m_pRFManager->ShowSubtitleWindow();
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("RFManager is initialized"));
+  LUMIVEX_DEBUG("RFManager is initialized");
   return true;
 }
 
@@ -589,7 +535,7 @@ pp::Var CLumivexMessageHandler::SetChannelType(const pp::VarDictionary& request)
     return Refuse(kInvalidParameter);
   }
   const int channelType = Int(request, "channelType");
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SetChannelType] channelType : %d"), channelType);
+  LUMIVEX_DEBUG("[SetChannelType] channelType : %d", channelType);
   m_pRFManager->SetChType(static_cast<CRFManager::LUMIVEX_CHANNEL_TYPE>(channelType));
   return Success(true);
 }
@@ -606,14 +552,11 @@ pp::Var CLumivexMessageHandler::TuneRFChannel(const pp::VarDictionary& request) 
   const int minor = Int(request, "minor");
   const int programNum = Int(request, "programNum");
   const int transportStreamId = Int(request, "transportStreamID");
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[TuneRFChannel] major: %d, minor: %d, progNum: %d, tsid: %d"),
-                major, minor, programNum, transportStreamId);
-  const bool result = m_pRFManager->TuneRFChannel(major, minor, programNum, transportStreamId);
-  if (!result) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("TuneRFChannel(%d, %d, %d, %d) returned false."), major, minor,
-                  programNum, transportStreamId);
-  }
-  return Success(result);
+  LUMIVEX_DEBUG("[TuneRFChannel] major: %d, minor: %d, progNum: %d, tsid: %d", major, minor,
+                programNum, transportStreamId);
+  return Success(m_pRFManager->TuneRFChannel(major, minor, programNum, transportStreamId) ||
+                 LUMIVEX_ERROR("TuneRFChannel(%d, %d, %d, %d) returned false.", major, minor,
+                               programNum, transportStreamId));
 }
 
 // Tracks and subtitles of the tuned service. These commands never obtain the tuner instance, and
@@ -629,24 +572,24 @@ pp::Var CLumivexMessageHandler::GetNumOfRFTracks(const pp::VarDictionary& reques
   unsigned int totalNumber = 0;
   switch (Int(request, "trackType")) {
     case kAudioTrack:
-      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetNumOfRFTracks][Audio] GetNumOfMultiAudio()"));
+      LUMIVEX_DEBUG("[GetNumOfRFTracks][Audio] GetNumOfMultiAudio()");
       if (!m_pRFManager->GetNumOfMultiAudio(&totalNumber)) {
-        LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetNumOfMultiAudio() returned false."));
+        LUMIVEX_ERROR("GetNumOfMultiAudio() returned false.");
         return Success(kNoValue);
       }
       break;
     case kSubtitleTrack:
-      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetNumOfRFTracks][Subtitle] GetNumOfSubtitle()"));
+      LUMIVEX_DEBUG("[GetNumOfRFTracks][Subtitle] GetNumOfSubtitle()");
       if (!m_pRFManager->GetNumOfSubtitle(&totalNumber)) {
-        LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetNumOfSubtitle() returned false."));
+        LUMIVEX_ERROR("GetNumOfSubtitle() returned false.");
         return Success(kNoValue);
       }
       break;
     default:
-      LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Wrong media type."));
+      LUMIVEX_ERROR("Wrong media type.");
       return Refuse(kInvalidParameter);
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetNumOfRFTracks] totalNumber: %u"), totalNumber);
+  LUMIVEX_DEBUG("[GetNumOfRFTracks] totalNumber: %u", totalNumber);
   return Success(static_cast<int32_t>(totalNumber));
 }
 
@@ -658,28 +601,28 @@ pp::Var CLumivexMessageHandler::GetSelectedRFTrack(const pp::VarDictionary& requ
     return Refuse(kInvalidParameter);
   }
   const int trackType = Int(request, "trackType");
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack] trackType: %d "), trackType);
+  LUMIVEX_DEBUG("[GetSelectedRFTrack] trackType: %d ", trackType);
   int index = -1;
   switch (trackType) {
     case kAudioTrack:
-      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack] GetCurrentAudioInfo()"));
+      LUMIVEX_DEBUG("[GetSelectedRFTrack] GetCurrentAudioInfo()");
       if (!m_pRFManager->GetCurrentAudioIndex(&index)) {
-        LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetCurrentAudioIndex() returned false."));
+        LUMIVEX_ERROR("GetCurrentAudioIndex() returned false.");
         return Success(kNoValue);
       }
       break;
     case kSubtitleTrack:
-      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack]"));
+      LUMIVEX_DEBUG("[GetSelectedRFTrack]");
       if (!m_pRFManager->GetCurrentSubtitleIndex(&index)) {
-        LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetCurrentSubtitleIndex() returned false."));
+        LUMIVEX_ERROR("GetCurrentSubtitleIndex() returned false.");
         return Success(kNoValue);
       }
       break;
     default:
-      LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Wrong media track type."));
+      LUMIVEX_ERROR("Wrong media track type.");
       return Refuse(kInvalidParameter);
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetSelectedRFTrack] index: %d"), index);
+  LUMIVEX_DEBUG("[GetSelectedRFTrack] index: %d", index);
   return Success(index);
 }
 
@@ -692,16 +635,16 @@ pp::Var CLumivexMessageHandler::SelectRFTrack(const pp::VarDictionary& request) 
   }
   const int trackType = Int(request, "trackType");
   const int index = Int(request, "index");
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SelectRFTrack] trackType: %d, index: %d"), trackType, index);
+  LUMIVEX_DEBUG("[SelectRFTrack] trackType: %d, index: %d", trackType, index);
   switch (trackType) {
     case kAudioTrack:
-      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SelectRFTrack] ChangeAudioByIndex()"));
+      LUMIVEX_DEBUG("[SelectRFTrack] ChangeAudioByIndex()");
       return Success(m_pRFManager->ChangeAudioByIndex(static_cast<unsigned int>(index)));
     case kSubtitleTrack:
-      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[SelectRFTrack] ChangeSubtitleByIndex()"));
+      LUMIVEX_DEBUG("[SelectRFTrack] ChangeSubtitleByIndex()");
       return Success(m_pRFManager->ChangeSubtitleByIndex(index));
     default:
-      LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Wrong media track type."));
+      LUMIVEX_ERROR("Wrong media track type.");
       return Refuse(kInvalidParameter);
   }
 }
@@ -715,32 +658,30 @@ pp::Var CLumivexMessageHandler::GetRFTrackLanguageCode(const pp::VarDictionary& 
   }
   const int trackType = Int(request, "trackType");
   const int index = Int(request, "index");
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] trackType: %d, index: %d"), trackType,
-                index);
+  LUMIVEX_DEBUG("[GetRFTrackLanguageCode] trackType: %d, index: %d", trackType, index);
   std::string languageCode;
   switch (trackType) {
     case kAudioTrack:
-      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] GetMultiAudioLanguageByIndex()"));
+      LUMIVEX_DEBUG("[GetRFTrackLanguageCode] GetMultiAudioLanguageByIndex()");
       if (!m_pRFManager->GetMultiAudioLanguageByIndex(static_cast<unsigned int>(index),
                                                       &languageCode)) {
-        LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetMultiAudioLanguageByIndex() retunred false."));
+        LUMIVEX_ERROR("GetMultiAudioLanguageByIndex() retunred false.");
         return Success(kNoText);
       }
       break;
     case kSubtitleTrack:
-      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] GetSubtitleLanguageByIndex()"));
+      LUMIVEX_DEBUG("[GetRFTrackLanguageCode] GetSubtitleLanguageByIndex()");
       if (!m_pRFManager->GetSubtitleLanguageByIndex(static_cast<unsigned int>(index),
                                                     &languageCode)) {
-        LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetSubtitleLanguageByIndex() retunred false."));
+        LUMIVEX_ERROR("GetSubtitleLanguageByIndex() retunred false.");
         return Success(kNoText);
       }
       break;
     default:
-      LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Wrong media track type."));
+      LUMIVEX_ERROR("Wrong media track type.");
       return Refuse(kInvalidParameter);
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFTrackLanguageCode] languageCode : %s"),
-                languageCode.c_str());
+  LUMIVEX_DEBUG("[GetRFTrackLanguageCode] languageCode : %s", languageCode.c_str());
   return Success(languageCode);
 }
 
@@ -750,10 +691,10 @@ pp::Var CLumivexMessageHandler::GetRFSubtitleMode(const pp::VarDictionary&) {
   }
   CTVSHandler::LUMIVEX_SUBTITLE_MODE mode{};
   if (!m_pRFManager->GetSubtitleMode(&mode)) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetSubtitleMode() returned false."));
+    LUMIVEX_ERROR("GetSubtitleMode() returned false.");
     return Success(kNoValue);
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFSubtitleMode] subtitle mode: %d"), mode);
+  LUMIVEX_DEBUG("[GetRFSubtitleMode] subtitle mode: %d", mode);
   return Success(static_cast<int32_t>(mode));
 }
 
@@ -765,12 +706,9 @@ pp::Var CLumivexMessageHandler::SetRFSubtitleMode(const pp::VarDictionary& reque
     return Refuse(kInvalidParameter);
   }
   const int mode = Int(request, "subtitleMode");
-  const bool result =
-      m_pRFManager->SetSubtitleMode(static_cast<CTVSHandler::LUMIVEX_SUBTITLE_MODE>(mode));
-  if (!result) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetSubtitleMode(%d) returned false."), mode);
-  }
-  return Success(result);
+  return Success(
+      m_pRFManager->SetSubtitleMode(static_cast<CTVSHandler::LUMIVEX_SUBTITLE_MODE>(mode)) ||
+      LUMIVEX_ERROR("SetSubtitleMode(%d) returned false.", mode));
 }
 
 pp::Var CLumivexMessageHandler::GetRFSubtitleStatus(const pp::VarDictionary&) {
@@ -780,11 +718,10 @@ pp::Var CLumivexMessageHandler::GetRFSubtitleStatus(const pp::VarDictionary&) {
   bool shown = false;
   const bool result = m_pRFManager->GetSubtitleStatus(&shown);
   if (!result) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetSubtitleStatus() returned false."));
+    LUMIVEX_ERROR("GetSubtitleStatus() returned false.");
     return Success(kNoValue);
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[GetRFSubtitleStatus] subtitle status: %d, result: %d"), shown,
-                result);
+  LUMIVEX_DEBUG("[GetRFSubtitleStatus] subtitle status: %d, result: %d", shown, result);
   return Success(shown);
 }
 
@@ -796,11 +733,8 @@ pp::Var CLumivexMessageHandler::SetRFSubtitleStatus(const pp::VarDictionary& req
     return Refuse(kInvalidParameter);
   }
   const bool show = request.Get("showStatus").AsBool();
-  const bool result = m_pRFManager->SetSubtitleStatus(show);
-  if (!result) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("ShowSubtitle(%d) returned false."), show);
-  }
-  return Success(result);
+  return Success(m_pRFManager->SetSubtitleStatus(show) ||
+                 LUMIVEX_ERROR("ShowSubtitle(%d) returned false.", show));
 }
 
 // Events.
@@ -810,8 +744,7 @@ void CLumivexMessageHandler::OnError(int type, int extra) {
   event.Set("event", "PLAYBACK_ERROR_EVENT");
   event.Set("type", type);
   event.Set("extra", extra);
-  LUMIVEX_ERROR(LUMIVEX_LOG_LINE("[OnError] PLAYBACK_ERROR_EVENT >> eventType: %d, extra: %d"),
-                type, extra);
+  LUMIVEX_ERROR("[OnError] PLAYBACK_ERROR_EVENT >> eventType: %d, extra: %d", type, extra);
   m_pInstance->PostMessage(event);
 }
 
@@ -821,9 +754,8 @@ void CLumivexMessageHandler::OnInfo(int type, int param1, int param2) {
   event.Set("type", type);
   event.Set("param1", param1);
   event.Set("param2", param2);
-  LUMIVEX_DEBUG(
-      LUMIVEX_LOG_LINE("[OnInfo] PLAYBACK_INFO_EVENT >> eventType: %d, param1: %d, param2: %d"),
-      type, param1, param2);
+  LUMIVEX_DEBUG("[OnInfo] PLAYBACK_INFO_EVENT >> eventType: %d, param1: %d, param2: %d", type,
+                param1, param2);
   m_pInstance->PostMessage(event);
 }
 

@@ -4,9 +4,6 @@
 
 #include <atomic>
 
-#define LUMIVEX_DEBUG(...) __dlog_print(LOG_ID_MAIN, DLOG_DEBUG, kLogTag, __VA_ARGS__)
-#define LUMIVEX_ERROR(...) __dlog_print(LOG_ID_MAIN, DLOG_ERROR, kLogTag, __VA_ARGS__)
-
 namespace {
 
 constexpr char kLogTag[] = "ZunoPlayerAdapter";
@@ -49,31 +46,15 @@ constexpr int kIgnored = -1;
 constexpr int kNoValue = -1;
 constexpr unsigned int kBufferingComplete = 100;
 
-void LogFinish(const LogSite& site) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE_AT(site, "finishes."));
-}
-
-void LogFailure(const LogSite& site, const char* format) {
-  LUMIVEX_ERROR(format, site.file, site.function, site.line);
-}
-
-// How an operation ends that answers what the library answered.
-bool Finish(const LogSite& site, bool result, const char* failureFormat) {
-  if (!result) {
-    LogFailure(site, failureFormat);
-  }
-  LogFinish(site);
+// How an operation ends that has called the library.
+bool Finish(bool result, LogSite site = LogSite::Caller()) {
+  LUMIVEX_DEBUG_AT(site, "finishes.");
   return result;
 }
 
 // How an operation ends that answers a number on success only.
-int FinishQuery(const LogSite& site, bool result, int value, const char* failureFormat) {
-  if (!result) {
-    LogFailure(site, failureFormat);
-    return kNoValue;
-  }
-  LogFinish(site);
-  return value;
+int FinishQuery(bool result, int value, LogSite site = LogSite::Caller()) {
+  return result && Finish(true, site) ? value : kNoValue;
 }
 
 }  // namespace
@@ -98,7 +79,7 @@ const std::map<const _MsgType, const IPlaybackEventListener::ERROR_TYPE>
 
 ILumivexPlayer* GetLumivexPlayer(IPlaybackEventListener* listener) {
   if (listener == nullptr) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("IPlaybackEventListener instance is NULL."));
+    LUMIVEX_ERROR("IPlaybackEventListener instance is NULL.");
     return nullptr;
   }
   return new CZunoPlayerAdapter(listener);
@@ -110,29 +91,29 @@ CZunoPlayerAdapter::CZunoPlayerAdapter(IPlaybackEventListener* listener)
       m_pZunoPlayer(nullptr),
       m_playbackSpeed(0.0F),
       m_isBuffering(false) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Constructor starts"));
+  LUMIVEX_DEBUG("Constructor starts");
   if (listener == nullptr) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("IPlaybackEventListener instance is NULL."));
+    LUMIVEX_ERROR("IPlaybackEventListener instance is NULL.");
   }
   m_pZunoPlayer = GetPlayerInstance();
   if (m_pZunoPlayer == nullptr) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetPlayerInstance() retunred NULL."));
+    LUMIVEX_ERROR("GetPlayerInstance() retunred NULL.");
     return;
   }
   m_pZunoPlayer->Unnamed3(1);
   m_pZunoPlayer->Unnamed24(0);
   m_pZunoPlayer->Unnamed23(1);
   if (!m_pZunoPlayer->SetMessageCallback(&OnMessage, this)) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetMessageCallback() returned false."));
+    LUMIVEX_ERROR("SetMessageCallback() returned false.");
   }
   if (!m_pZunoPlayer->SetCurrentPositionCallback(&OnCurrentPosition, this)) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetCurrentPositionCallback() returned false."));
+    LUMIVEX_ERROR("SetCurrentPositionCallback() returned false.");
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Constructor finishes."));
+  LUMIVEX_DEBUG("Constructor finishes.");
 }
 
 CZunoPlayerAdapter::~CZunoPlayerAdapter() {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Destructor starts."));
+  LUMIVEX_DEBUG("Destructor starts.");
   if (m_pZunoPlayer != nullptr) {
     Stop();
     delete m_pZunoPlayer;
@@ -140,40 +121,39 @@ CZunoPlayerAdapter::~CZunoPlayerAdapter() {
   }
   if (m_pPlayerLibHandle != nullptr) {
     if (dlclose(m_pPlayerLibHandle) == 0) {
-      LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Unloading ZunoPlayer lib succeeded."));
+      LUMIVEX_DEBUG("Unloading ZunoPlayer lib succeeded.");
       m_pPlayerLibHandle = nullptr;
     } else {
-      LUMIVEX_ERROR(LUMIVEX_LOG_LINE("dlclose() failed."));
+      LUMIVEX_ERROR("dlclose() failed.");
     }
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Destructor finishes."));
+  LUMIVEX_DEBUG("Destructor finishes.");
 }
 
 IZunoPlayer* CZunoPlayerAdapter::GetPlayerInstance() {
   m_pPlayerLibHandle = dlopen(kPlayerLibPath, RTLD_LAZY);
   if (m_pPlayerLibHandle == nullptr) {
     if (const char* reason = dlerror()) {
-      LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Loading %s lib failed. (%s)\n"), kPlayerLibPath, reason);
+      LUMIVEX_ERROR("Loading %s lib failed. (%s)\n", kPlayerLibPath, reason);
     }
     return nullptr;
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Loading %s lib successed.\n"), kPlayerLibPath);
+  LUMIVEX_DEBUG("Loading %s lib successed.\n", kPlayerLibPath);
 
   const auto create =
       reinterpret_cast<ZunoPlayerCreate>(dlsym(m_pPlayerLibHandle, kPlayerLibEntry));
   IZunoPlayer* const player = create == nullptr ? nullptr : create();
   if (player == nullptr) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE(
-        "IZunoPlayer::Create() returned null. ZunoPlayer instance creation failed.\n"));
+    LUMIVEX_ERROR("IZunoPlayer::Create() returned null. ZunoPlayer instance creation failed.\n");
     return nullptr;
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Create ZunoPlayer instance succeeded."));
+  LUMIVEX_DEBUG("Create ZunoPlayer instance succeeded.");
   return player;
 }
 
 IPlaybackEventListener* CZunoPlayerAdapter::GetEventListener() {
   if (m_pEventListener == nullptr) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("m_pEventListener instance is NULL."));
+    LUMIVEX_ERROR("m_pEventListener instance is NULL.");
   }
   return m_pEventListener;
 }
@@ -186,111 +166,73 @@ int CZunoPlayerAdapter::StreamTypeConverter(MEDIA_TRACK_TYPE type) {
              : kUnknownStreamType;
 }
 
-bool CZunoPlayerAdapter::HasPlayer(const LogSite& site) const {
-  if (m_pZunoPlayer == nullptr) {
-    LUMIVEX_ERROR(
-        LUMIVEX_LOG_LINE_AT(site, "ZunoPlayer instance is not created yet. Returns false."));
-    return false;
-  }
-  return true;
-}
-
-bool CZunoPlayerAdapter::Control(bool (IZunoPlayer::*operation)(),
-                                 const LogSite& site,
-                                 const char* failureFormat) {
-  return HasPlayer(site) && Finish(site, (m_pZunoPlayer->*operation)(), failureFormat);
-}
-
-int CZunoPlayerAdapter::Query(bool (IZunoPlayer::*operation)(int*),
-                              const LogSite& site,
-                              const char* failureFormat) {
-  if (!HasPlayer(site)) {
-    return kNoValue;
-  }
-  int value = 0;
-  const bool result = (m_pZunoPlayer->*operation)(&value);
-  return FinishQuery(site, result, value, failureFormat);
-}
-
-int CZunoPlayerAdapter::QueryStreams(bool (IZunoPlayer::*operation)(int, int*),
-                                     MEDIA_TRACK_TYPE type,
-                                     const LogSite& site,
-                                     const char* failureFormat) {
-  if (!HasPlayer(site)) {
-    return kNoValue;
-  }
-  int value = 0;
-  const bool result = (m_pZunoPlayer->*operation)(StreamTypeConverter(type), &value);
-  return FinishQuery(site, result, value, failureFormat);
+bool CZunoPlayerAdapter::HasPlayer(LogSite site) const {
+  return m_pZunoPlayer != nullptr ||
+         LUMIVEX_ERROR_AT(site, "ZunoPlayer instance is not created yet. Returns false.");
 }
 
 bool CZunoPlayerAdapter::SetDisplay(
     int windowId, unsigned int x, unsigned int y, unsigned int width, unsigned int height) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SetDisplay(%d), %d, %d, %d, %d, starts."), windowId,
-                static_cast<int>(x), static_cast<int>(y), static_cast<int>(width),
-                static_cast<int>(height));
-  if (!HasPlayer(LUMIVEX_LOG_SITE)) {
+  LUMIVEX_DEBUG("SetDisplay(%d), %d, %d, %d, %d, starts.", windowId, static_cast<int>(x),
+                static_cast<int>(y), static_cast<int>(width), static_cast<int>(height));
+  if (!HasPlayer()) {
     return false;
   }
   const Rectangle rectangle = {x, y, width, height};
   const bool result = m_pZunoPlayer->SetAttribute(
       0, kDisplayRectangle, &rectangle, static_cast<int>(sizeof rectangle), kDisplayHandle,
       &windowId, static_cast<int>(sizeof windowId), kEndOfAttributes);
-  return Finish(LUMIVEX_LOG_SITE, result, LUMIVEX_LOG_FORMAT("SetDisplay() returned false."));
+  return Finish(result || LUMIVEX_ERROR("SetDisplay() returned false."));
 }
 
 bool CZunoPlayerAdapter::SetDataSource(const std::string& url, unsigned int timeOffset) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SetDataSource(%s, %u) starts."), url.c_str(), timeOffset);
-  return HasPlayer(LUMIVEX_LOG_SITE) &&
-         Finish(LUMIVEX_LOG_SITE, m_pZunoPlayer->InitPlayer(url.c_str(), timeOffset),
-                LUMIVEX_LOG_FORMAT("InitPlayer() returned false."));
+  LUMIVEX_DEBUG("SetDataSource(%s, %u) starts.", url.c_str(), timeOffset);
+  return HasPlayer() && Finish(m_pZunoPlayer->InitPlayer(url.c_str(), timeOffset) ||
+                               LUMIVEX_ERROR("InitPlayer() returned false."));
 }
 
 bool CZunoPlayerAdapter::Start() {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Start() starts."));
-  return HasPlayer(LUMIVEX_LOG_SITE) && Finish(LUMIVEX_LOG_SITE, m_pZunoPlayer->Play(0),
-                                               LUMIVEX_LOG_FORMAT("Play() returned false."));
+  LUMIVEX_DEBUG("Start() starts.");
+  return HasPlayer() && Finish(m_pZunoPlayer->Play(0) || LUMIVEX_ERROR("Play() returned false."));
 }
 
 bool CZunoPlayerAdapter::Stop() {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Stop() starts."));
-  return Control(&IZunoPlayer::Stop, LUMIVEX_LOG_SITE,
-                 LUMIVEX_LOG_FORMAT("Stop() returned false."));
+  LUMIVEX_DEBUG("Stop() starts.");
+  return HasPlayer() && Finish(m_pZunoPlayer->Stop() || LUMIVEX_ERROR("Stop() returned false."));
 }
 
 bool CZunoPlayerAdapter::Pause() {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Pause() starts."));
-  return Control(&IZunoPlayer::Pause, LUMIVEX_LOG_SITE,
-                 LUMIVEX_LOG_FORMAT("Pause() returned false."));
+  LUMIVEX_DEBUG("Pause() starts.");
+  return HasPlayer() && Finish(m_pZunoPlayer->Pause() || LUMIVEX_ERROR("Pause() returned false."));
 }
 
 bool CZunoPlayerAdapter::Resume() {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("Resume() starts."));
-  return Control(&IZunoPlayer::Resume, LUMIVEX_LOG_SITE,
-                 LUMIVEX_LOG_FORMAT("Resume() returned false."));
+  LUMIVEX_DEBUG("Resume() starts.");
+  return HasPlayer() &&
+         Finish(m_pZunoPlayer->Resume() || LUMIVEX_ERROR("Resume() returned false."));
 }
 
 bool CZunoPlayerAdapter::SeekTo(int msec) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SeekTo(%d) starts."), msec);
-  return HasPlayer(LUMIVEX_LOG_SITE) && Finish(LUMIVEX_LOG_SITE, m_pZunoPlayer->Seek(msec),
-                                               LUMIVEX_LOG_FORMAT("Seek() returned false."));
+  LUMIVEX_DEBUG("SeekTo(%d) starts.", msec);
+  return HasPlayer() &&
+         Finish(m_pZunoPlayer->Seek(msec) || LUMIVEX_ERROR("Seek() returned false."));
 }
 
 float CZunoPlayerAdapter::GetPlaybackSpeed() {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetPlaybackSpeed() starts."));
-  return HasPlayer(LUMIVEX_LOG_SITE) ? m_playbackSpeed : 0.0F;
+  LUMIVEX_DEBUG("GetPlaybackSpeed() starts.");
+  return HasPlayer() ? m_playbackSpeed : 0.0F;
 }
 
 bool CZunoPlayerAdapter::SetPlaybackSpeed(float speed) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SetPlaybackSpeed(%f) starts."), static_cast<double>(speed));
-  if (!HasPlayer(LUMIVEX_LOG_SITE)) {
+  LUMIVEX_DEBUG("SetPlaybackSpeed(%f) starts.", static_cast<double>(speed));
+  if (!HasPlayer()) {
     return false;
   }
   const bool result = m_pZunoPlayer->SetPlaySpeed(speed);
   if (result) {
     m_playbackSpeed = speed;
   }
-  return Finish(LUMIVEX_LOG_SITE, result, LUMIVEX_LOG_FORMAT("SetPlaySpeed returned false."));
+  return Finish(result || LUMIVEX_ERROR("SetPlaySpeed returned false."));
 }
 
 bool CZunoPlayerAdapter::SetDisplayArea(unsigned int x,
@@ -298,155 +240,149 @@ bool CZunoPlayerAdapter::SetDisplayArea(unsigned int x,
                                         unsigned int width,
                                         unsigned int height,
                                         VIDEO_SCALING_MODE mode) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SetDisplayArea(%u, %u, %u, %u, %u) starts."), x, y, width, height,
+  LUMIVEX_DEBUG("SetDisplayArea(%u, %u, %u, %u, %u) starts.", x, y, width, height,
                 static_cast<unsigned int>(mode));
-  if (!HasPlayer(LUMIVEX_LOG_SITE)) {
+  if (!HasPlayer()) {
     return false;
   }
   const Rectangle rectangle = {x, y, width, height};
   const bool result = m_pZunoPlayer->SetAttribute(
       0, kDisplayArea, &rectangle, static_cast<int>(sizeof rectangle), kEndOfAttributes);
-  return Finish(LUMIVEX_LOG_SITE, result, LUMIVEX_LOG_FORMAT("SetAttribute() returned false."));
+  return Finish(result || LUMIVEX_ERROR("SetAttribute() returned false."));
 }
 
 int CZunoPlayerAdapter::GetCurrentPosition() {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetCurrentPosition() starts."));
-  return Query(&IZunoPlayer::GetCurrentPosition, LUMIVEX_LOG_SITE,
-               LUMIVEX_LOG_FORMAT("GetCurrentPosition() returned false."));
+  LUMIVEX_DEBUG("GetCurrentPosition() starts.");
+  int value = 0;
+  const bool result = HasPlayer() && (m_pZunoPlayer->GetCurrentPosition(&value) ||
+                                      LUMIVEX_ERROR("GetCurrentPosition() returned false."));
+  return FinishQuery(result, value);
 }
 
 int CZunoPlayerAdapter::GetDuration() {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetDuration() starts."));
-  return Query(&IZunoPlayer::GetDuration, LUMIVEX_LOG_SITE,
-               LUMIVEX_LOG_FORMAT("GetDuration() returned false."));
+  LUMIVEX_DEBUG("GetDuration() starts.");
+  int value = 0;
+  const bool result = HasPlayer() && (m_pZunoPlayer->GetDuration(&value) ||
+                                      LUMIVEX_ERROR("GetDuration() returned false."));
+  return FinishQuery(result, value);
 }
 
 bool CZunoPlayerAdapter::GetAvailableBitrates(std::vector<unsigned int>* pAvailableBitrates) {
   if (pAvailableBitrates == nullptr) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("pAvailableBitrates is NULL."));
-    return false;
+    return LUMIVEX_ERROR("pAvailableBitrates is NULL.");
   }
-  if (!HasPlayer(LUMIVEX_LOG_SITE)) {
+  if (!HasPlayer()) {
     return false;
   }
   std::vector<unsigned int> bitrates;
   if (!m_pZunoPlayer->GetAvailableBitrates(&bitrates)) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetAvailableBitrates() returned false."));
-    return false;
+    return LUMIVEX_ERROR("GetAvailableBitrates() returned false.");
   }
   pAvailableBitrates->insert(pAvailableBitrates->end(), bitrates.begin(), bitrates.end());
   return true;
 }
 
-bool CZunoPlayerAdapter::QueryResolution(int* width, int* height, const LogSite& site) {
-  if (!HasPlayer(site)) {
-    return false;
-  }
-  if (!m_pZunoPlayer->GetResolution(width, height)) {
-    LogFailure(site, LUMIVEX_LOG_FORMAT("GetResolution() returned false."));
-    return false;
-  }
-  LogFinish(site);
-  return true;
-}
-
 int CZunoPlayerAdapter::GetVideoWidth() {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetVideoWidth() starts."));
+  LUMIVEX_DEBUG("GetVideoWidth() starts.");
   int width = kNoValue;
   int height = kNoValue;
-  return QueryResolution(&width, &height, LUMIVEX_LOG_SITE) ? width : kNoValue;
+  const bool result = HasPlayer() && (m_pZunoPlayer->GetResolution(&width, &height) ||
+                                      LUMIVEX_ERROR("GetResolution() returned false."));
+  return FinishQuery(result, width);
 }
 
 int CZunoPlayerAdapter::GetVideoHeight() {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetVideoHeight() starts."));
+  LUMIVEX_DEBUG("GetVideoHeight() starts.");
   int width = kNoValue;
   int height = kNoValue;
-  return QueryResolution(&width, &height, LUMIVEX_LOG_SITE) ? height : kNoValue;
+  const bool result = HasPlayer() && (m_pZunoPlayer->GetResolution(&width, &height) ||
+                                      LUMIVEX_ERROR("GetResolution() returned false."));
+  return FinishQuery(result, height);
 }
 
 int CZunoPlayerAdapter::GetNumOfTracks(MEDIA_TRACK_TYPE type) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetNumOfTracks(%d) starts."), type);
-  return QueryStreams(&IZunoPlayer::GetTotalNumOfStreamID, type, LUMIVEX_LOG_SITE,
-                      LUMIVEX_LOG_FORMAT("GetTotalNumOfStreamID() returned false."));
+  LUMIVEX_DEBUG("GetNumOfTracks(%d) starts.", type);
+  int value = 0;
+  const bool result =
+      HasPlayer() && (m_pZunoPlayer->GetTotalNumOfStreamID(StreamTypeConverter(type), &value) ||
+                      LUMIVEX_ERROR("GetTotalNumOfStreamID() returned false."));
+  return FinishQuery(result, value);
 }
 
 int CZunoPlayerAdapter::GetSelectedTrack(MEDIA_TRACK_TYPE type) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetSelectedTrack(%d) starts."), type);
-  return QueryStreams(&IZunoPlayer::GetCurrentStreamID, type, LUMIVEX_LOG_SITE,
-                      LUMIVEX_LOG_FORMAT("GetCurrentStreamID() returned false."));
+  LUMIVEX_DEBUG("GetSelectedTrack(%d) starts.", type);
+  int value = 0;
+  const bool result =
+      HasPlayer() && (m_pZunoPlayer->GetCurrentStreamID(StreamTypeConverter(type), &value) ||
+                      LUMIVEX_ERROR("GetCurrentStreamID() returned false."));
+  return FinishQuery(result, value);
 }
 
 bool CZunoPlayerAdapter::SelectTrack(MEDIA_TRACK_TYPE type, int index) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SelectTrack(%d, %d) starts."), type, index);
-  return HasPlayer(LUMIVEX_LOG_SITE) &&
-         Finish(LUMIVEX_LOG_SITE, m_pZunoPlayer->SetStreamID(StreamTypeConverter(type), index),
-                LUMIVEX_LOG_FORMAT("SetStreamID() returned false."));
+  LUMIVEX_DEBUG("SelectTrack(%d, %d) starts.", type, index);
+  return HasPlayer() && Finish(m_pZunoPlayer->SetStreamID(StreamTypeConverter(type), index) ||
+                               LUMIVEX_ERROR("SetStreamID() returned false."));
 }
 
 bool CZunoPlayerAdapter::GetTrackLanguageCode(MEDIA_TRACK_TYPE type,
                                               int index,
                                               std::string* languageCode) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetTrackLanguageCode(%d, %d) starts."), type, index);
-  if (!HasPlayer(LUMIVEX_LOG_SITE)) {
+  LUMIVEX_DEBUG("GetTrackLanguageCode(%d, %d) starts.", type, index);
+  if (!HasPlayer()) {
     return false;
   }
   std::string furtherText;
   const bool result = m_pZunoPlayer->GetStreamLanguageCode(StreamTypeConverter(type), index,
                                                            languageCode, &furtherText);
-  return Finish(LUMIVEX_LOG_SITE, result,
-                LUMIVEX_LOG_FORMAT("GetStreamLanguageCode() returned false."));
+  return Finish(result || LUMIVEX_ERROR("GetStreamLanguageCode() returned false."));
 }
 
 bool CZunoPlayerAdapter::SetTimedTextSource(const std::string& filePath) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SetTimedTextSource(%s) starts."), filePath.c_str());
-  return HasPlayer(LUMIVEX_LOG_SITE) &&
-         Finish(LUMIVEX_LOG_SITE, m_pZunoPlayer->StartSubtitle(filePath.c_str(), 0),
-                LUMIVEX_LOG_FORMAT("StartSubtitle() returned false."));
+  LUMIVEX_DEBUG("SetTimedTextSource(%s) starts.", filePath.c_str());
+  return HasPlayer() && Finish(m_pZunoPlayer->StartSubtitle(filePath.c_str(), 0) ||
+                               LUMIVEX_ERROR("StartSubtitle() returned false."));
 }
 
 bool CZunoPlayerAdapter::SetDRMProperty(DRM_PROPERTY_TYPE type, const std::string& propertyData) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("SetDRMProperty(%d, %s) starts."), type, propertyData.c_str());
-  if (!HasPlayer(LUMIVEX_LOG_SITE)) {
+  LUMIVEX_DEBUG("SetDRMProperty(%d, %s) starts.", type, propertyData.c_str());
+  if (!HasPlayer()) {
     return false;
   }
   if (type < DRM_PROPERTY_REQUEST_CHALLENGE_DATA || type > DRM_PROPERTY_WMDRM_COOKIE) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("No matching property type. Returns false."));
-    return false;
+    return LUMIVEX_ERROR("No matching property type. Returns false.");
   }
   const std::string name = kDrmProperties[type];
   if (m_pZunoPlayer->SetDrmInfo(name.c_str(), static_cast<int>(name.size()), propertyData.c_str(),
                                 static_cast<int>(propertyData.size()), 0) != 0) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("SetDrmInfo() returns fail."));
-    return false;
+    return LUMIVEX_ERROR("SetDrmInfo() returns fail.");
   }
-  LogFinish(LUMIVEX_LOG_SITE);
-  return true;
+  return Finish(true);
 }
 
 void CZunoPlayerAdapter::GetVersion(int*, int*) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("GetVersion() starts."));
-  if (!HasPlayer(LUMIVEX_LOG_SITE)) {
+  LUMIVEX_DEBUG("GetVersion() starts.");
+  if (!HasPlayer()) {
     return;
   }
-  LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Not maching function. ZunoPlayer doesn't support version."));
-  LogFinish(LUMIVEX_LOG_SITE);
+  LUMIVEX_ERROR("Not maching function. ZunoPlayer doesn't support version.");
+  LUMIVEX_DEBUG("finishes.");
 }
 
 int CZunoPlayerAdapter::OnMessage(int id, void* pParam, void* pUserData) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[OnMessage] id: [%d]"), id);
+  LUMIVEX_DEBUG("[OnMessage] id: [%d]", id);
   if (pUserData == nullptr) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Parameter for adapter instance is NULL."));
+    LUMIVEX_ERROR("Parameter for adapter instance is NULL.");
     return kIgnored;
   }
   CZunoPlayerAdapter* const adapter = static_cast<CZunoPlayerAdapter*>(pUserData);
   IPlaybackEventListener* const listener = adapter->GetEventListener();
   if (listener == nullptr) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetEventListener() returned NULL."));
+    LUMIVEX_ERROR("GetEventListener() returned NULL.");
     return kIgnored;
   }
   const auto error = m_ZunoPlayerErrorEventMap.find(_MsgType(id));
   if (error != m_ZunoPlayerErrorEventMap.end()) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Error event %d occured."), error->second);
+    LUMIVEX_ERROR("Error event %d occured.", error->second);
     return listener->OnError(error->second, 0);
   }
 
@@ -461,7 +397,7 @@ int CZunoPlayerAdapter::OnMessage(int id, void* pParam, void* pUserData) {
     case kMessage97:
       return listener->OnInfo(IPlaybackEventListener::INFO_LIBRARY_97, 0, 0);
     case kMessageBuffering:
-      return adapter->OnBuffering(record, LUMIVEX_LOG_SITE);
+      return adapter->OnBuffering(record);
     case kMessageTimedText:
       return record == nullptr || record->data == nullptr ? kIgnored
                                                           : listener->OnTimedText(record->data);
@@ -470,7 +406,8 @@ int CZunoPlayerAdapter::OnMessage(int id, void* pParam, void* pUserData) {
                  ? kIgnored
                  : listener->OnInfo(IPlaybackEventListener::INFO_LIBRARY_177, record->value, 0);
     case kMessageDrmData:
-      return record == nullptr || record->data == nullptr || record->value < 0
+      return record == nullptr || record->value < 0 ||
+                     (record->data == nullptr && record->value > 0)
                  ? kIgnored
                  : listener->OnDRMInfo(
                        IPlaybackEventListener::DRM_INFO_DATA,
@@ -485,7 +422,7 @@ int CZunoPlayerAdapter::OnMessage(int id, void* pParam, void* pUserData) {
   }
 }
 
-int CZunoPlayerAdapter::OnBuffering(const ZunoMessageParam* record, const LogSite& site) {
+int CZunoPlayerAdapter::OnBuffering(const ZunoMessageParam* record, LogSite site) {
   // The last percentage that was reported: one for the process, whichever adapter reported it.
   // Adapters report from threads of their own, hence the atomic.
   static std::atomic<std::uint32_t> prevPercent{0};
@@ -506,9 +443,8 @@ int CZunoPlayerAdapter::OnBuffering(const ZunoMessageParam* record, const LogSit
   if (percent / 10 == previous / 10) {
     return kIgnored;
   }
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE_AT(
-                    site, "[INFO_BUFFERING_PROGRESS] Previous[%u] vs. Current[%u] Progress..."),
-                previous, percent);
+  LUMIVEX_DEBUG_AT(site, "[INFO_BUFFERING_PROGRESS] Previous[%u] vs. Current[%u] Progress...",
+                   previous, percent);
   prevPercent.store(percent, std::memory_order_relaxed);
   return m_pEventListener->OnInfo(IPlaybackEventListener::INFO_BUFFERING_PROGRESS,
                                   static_cast<int>(percent), 0);
@@ -516,13 +452,13 @@ int CZunoPlayerAdapter::OnBuffering(const ZunoMessageParam* record, const LogSit
 
 void CZunoPlayerAdapter::OnCurrentPosition(unsigned long position, void* pUserData) {
   if (pUserData == nullptr) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("Parameter for adapter instance is NULL."));
+    LUMIVEX_ERROR("Parameter for adapter instance is NULL.");
     return;
   }
   IPlaybackEventListener* const listener =
       static_cast<CZunoPlayerAdapter*>(pUserData)->GetEventListener();
   if (listener == nullptr) {
-    LUMIVEX_ERROR(LUMIVEX_LOG_LINE("GetEventListener() returned NULL."));
+    LUMIVEX_ERROR("GetEventListener() returned NULL.");
     return;
   }
   listener->OnInfo(IPlaybackEventListener::INFO_CURRENT_POSITION, static_cast<int>(position), 0);

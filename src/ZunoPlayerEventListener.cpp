@@ -3,38 +3,33 @@
 #include "LumivexLog.h"
 #include "LumivexMessageHandler.h"
 
-#define LUMIVEX_DEBUG(...) __dlog_print(LOG_ID_MAIN, DLOG_DEBUG, kLumivexLogTag, __VA_ARGS__)
-
 CZunoPlayerEventListener::CZunoPlayerEventListener(CLumivexMessageHandler* messageHandler)
     : m_pMessageHandler(messageHandler) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[CZunoPlayerEventListener] constructor"));
+  LUMIVEX_DEBUG("[CZunoPlayerEventListener] constructor");
 }
 
 bool CZunoPlayerEventListener::OnError(ERROR_TYPE type, int extra) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[CZunoPlayerEventListener][OnError] type: [%d], extra: [%d]"),
-                type, extra);
+  LUMIVEX_DEBUG("[CZunoPlayerEventListener][OnError] type: [%d], extra: [%d]", type, extra);
   m_pMessageHandler->OnError(type, extra);
   return true;
 }
 
 bool CZunoPlayerEventListener::OnInfo(INFO_TYPE type, int param1, int param2) {
-  LUMIVEX_DEBUG(
-      LUMIVEX_LOG_LINE("[CZunoPlayerEventListener][OnInfo] type: [%d], param1: [%d], param2: [%d]"),
-      type, param1, param2);
+  LUMIVEX_DEBUG("[CZunoPlayerEventListener][OnInfo] type: [%d], param1: [%d], param2: [%d]", type,
+                param1, param2);
   m_pMessageHandler->OnInfo(type, param1, param2);
   return true;
 }
 
 bool CZunoPlayerEventListener::OnDRMInfo(DRM_INFO_TYPE type, const std::string& pData) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[CZunoPlayerEventListener][OnDRMInfo] type: [%d], pData: [%s]"),
-                type, pData.c_str());
+  LUMIVEX_DEBUG("[CZunoPlayerEventListener][OnDRMInfo] type: [%d], pData: [%s]", type,
+                pData.c_str());
   m_pMessageHandler->OnDRMInfo(type, pData);
   return true;
 }
 
 bool CZunoPlayerEventListener::OnTimedText(const std::string& pText) {
-  LUMIVEX_DEBUG(LUMIVEX_LOG_LINE("[CZunoPlayerEventListener][OnTimedText] pText: %s"),
-                pText.c_str());
+  LUMIVEX_DEBUG("[CZunoPlayerEventListener][OnTimedText] pText: %s", pText.c_str());
   m_pMessageHandler->OnTimedText(pText);
   return true;
 }

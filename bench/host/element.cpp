@@ -1,6 +1,5 @@
 #include "element.h"
 
-#include <device_paths.h>
 #include <dlfcn.h>
 
 #include <cstdio>
@@ -76,7 +75,6 @@ void Fail(const std::string& problem) {
 }
 
 Session::Session(Plugin plugin) {
-  device_paths_set_root(LUMIVEX_BENCH_SYSROOT);
   library_ = dlopen(PathOf(plugin), RTLD_NOW | RTLD_LOCAL);
   if (library_ == nullptr) {
     Fail(dlerror());

@@ -1,7 +1,6 @@
 // What loading, an element's life and its memory cost.
 
 #include <benchmark/benchmark.h>
-#include <device_paths.h>
 #include <malloc.h>
 
 #include <chrono>
@@ -29,7 +28,6 @@ double Seconds(const Work& work) {
 // Opens the library and initialises it, or shuts it down and closes it. What it needs from the
 // platform goes and comes with it.
 void LoadOrUnload(benchmark::State& state, Plugin plugin, bool load) {
-  device_paths_set_root(LUMIVEX_BENCH_SYSROOT);
   host::Browser browser;
   std::string error;
   bool good = true;

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "player_library.h"
+
 namespace lumivex::bench {
 
 namespace {
@@ -77,12 +79,13 @@ PlayerCallbacks& LastPlayer() {
 
 using lumivex::bench::Fill;
 
-// What the staged player library calls.
-extern "C" __attribute__((visibility("default"))) void* LumivexTestCreatePlayer() {
+void* lumivex::test::CreatePlayer() {
   return static_cast<IZunoPlayer*>(new lumivex::bench::QuietPlayer);
 }
 
-extern "C" __attribute__((visibility("default"))) void LumivexTestPlayerLibrary(const char*) {}
+bool lumivex::test::OnLibraryCall(const std::string&) {
+  return true;
+}
 
 int __dlog_print(int, int, const char*, const char*, ...) {
   return 0;

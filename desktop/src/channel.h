@@ -20,7 +20,11 @@ namespace lumivex::desktop {
 constexpr char kPluginVariable[] = "LUMIVEX_DESKTOP_PLUGIN";       // the library to load
 constexpr char kDenyVariable[] = "LUMIVEX_DESKTOP_DENY";           // refused, a comma between two
 constexpr char kWindowIdVariable[] = "LUMIVEX_DESKTOP_WINDOW_ID";  // unset: there is none
+constexpr char kRecordVariable[] = "LUMIVEX_DESKTOP_RECORD";       // the file; unset: none
 constexpr char kChannelVariable[] = "LUMIVEX_DESKTOP_CHANNEL";     // the socket; unset: no window
+
+// What the window writes into a new recording.
+constexpr char kRecordHeader[] = "# Recorded by lumivex-desktop; lumivex-host plays it.\n";
 
 constexpr char kStartLine[] = "start";
 constexpr char kProblemLine[] = "problem";

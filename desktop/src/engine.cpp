@@ -75,6 +75,10 @@ void SetEnvironment(const WrapperSettings& settings, const SessionFolder& folder
     denied += privilege + ",";
   }
   qputenv(kDenyVariable, denied.c_str());
+  qunsetenv(kRecordVariable);
+  if (!settings.record.empty()) {
+    qputenv(kRecordVariable, settings.record.c_str());
+  }
   qunsetenv(kWindowIdVariable);
   if (settings.window_id) {
     qputenv(kWindowIdVariable, std::to_string(*settings.window_id).c_str());

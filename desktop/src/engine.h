@@ -52,6 +52,7 @@ struct WrapperSettings {
   std::string device_paths;               // the library that looks them up
   std::set<std::string> denied;           // the last parts of privilege URIs
   std::optional<std::int64_t> window_id;  // none: the plug-in has no window
+  std::string record;                     // the file to record to, absolute; empty: none
 };
 void SetEnvironment(const WrapperSettings& settings, const SessionFolder& folder);
 

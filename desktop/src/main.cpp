@@ -1,6 +1,7 @@
 // lumivex-desktop: a page with the plug-in in a window of a real browser engine.
 
 #include <QApplication>
+#include <QTcpServer>
 #include <QTimer>
 #include <climits>
 #include <cstdio>
@@ -25,22 +26,41 @@ void SayNoScreen(const std::string& problem) {
                problem.c_str());
 }
 
+// For the engine, which would say nothing of a port that it cannot have.
+bool OpenDevTools(int port) {
+  QTcpServer probe;
+  if (!probe.listen(QHostAddress::LocalHost, static_cast<quint16>(port))) {
+    std::fprintf(stderr, "lumivex-desktop: --devtools: 127.0.0.1:%d: %s\n", port,
+                 qPrintable(probe.errorString()));
+    return false;
+  }
+  qputenv("QTWEBENGINE_REMOTE_DEBUGGING", "127.0.0.1:" + QByteArray::number(port));
+  return true;
+}
+
 WrapperSettings SettingsOf(const CommandLine& line, const Window& window) {
-  WrapperSettings settings = {line.plugin, line.sysroot, line.device_paths, line.denied, {}};
-  if (line.own_window) {
+  WrapperSettings settings = {line.plugin, line.sysroot, line.device_paths,
+                              line.denied, {},           line.record};
+  if (line.window_id == "own") {
     settings.window_id = static_cast<std::int64_t>(window.winId());
-  } else if (line.window_id) {
-    settings.window_id = *line.window_id;
+  } else if (line.window_id != "none") {
+    settings.window_id = std::stoi(line.window_id, nullptr, 0);
   }
   return settings;
 }
 
 int Run(const CommandLine& line, const SessionFolder& folder) {
+  if (line.devtools_port != 0 && !OpenDevTools(line.devtools_port)) {
+    return kFailed;
+  }
   Window window(line.width, line.height);
   PluginWatch watch(folder, line.log_level.empty() ? INT_MAX : LogPriority(line.log_level));
   watch.on_failure = [&window](const std::string& sentence) { window.ShowFailure(sentence); };
   SetEnvironment(SettingsOf(line, window), folder);
   watch.SetEnvironment();
+  if (line.insecure) {
+    qputenv("LUMIVEX_INSECURE", "1");  // for the player
+  }
 
   int status = kDone;
   QTimer screenshot_timer;
@@ -52,10 +72,17 @@ int Run(const CommandLine& line, const SessionFolder& folder) {
     }
     QCoreApplication::quit();
   });
-  window.Open(line.page, [&](bool ok) {
+  window.on_crash = [&](const std::string& sentence) {
+    watch.Fail(sentence);
+    if (!line.screenshot.empty()) {
+      screenshot_timer.start(line.screenshot_after_ms);  // the page may never have loaded
+    }
+  };
+  window.Open(line.page, line.insecure, [&](bool ok) {
     status = ok ? kDone : kNoPage;  // of the last load
     if (!ok) {
-      std::fprintf(stderr, "lumivex-desktop: %s could not be loaded\n", line.page.c_str());
+      std::fprintf(stderr, "lumivex-desktop: %s could not be loaded\n",
+                   qPrintable(line.page.toDisplayString()));
     }
     if (!line.screenshot.empty() && ok) {
       screenshot_timer.start(line.screenshot_after_ms);
@@ -76,20 +103,17 @@ int Run(const CommandLine& line, const SessionFolder& folder) {
 }
 
 int Main(int argc, char** argv) {
-  int status = kDone;
-  const auto line = ReadCommandLine(argc, argv, &status);
-  if (!line) {
-    return status;
-  }
+  host::OpenStandardStreams();
+  const CommandLine line = ReadCommandLine(argc, argv);
   if (const std::string problem = ScreenProblem(); !problem.empty()) {
     SayNoScreen(problem);
     return kNoScreen;
   }
   const SessionFolder folder;
-  EngineArguments arguments(argv[0], {{"plugin.so", line->wrapper, kMimeType}}, folder);
+  EngineArguments arguments(argv[0], {{"plugin.so", line.wrapper, kMimeType}}, folder);
   QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
   const QApplication application(arguments.count(), arguments.values());
-  return Run(*line, folder);
+  return Run(line, folder);
 }
 
 }  // namespace

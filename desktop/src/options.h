@@ -1,10 +1,10 @@
 #ifndef DESKTOP_SRC_OPTIONS_H_
 #define DESKTOP_SRC_OPTIONS_H_
 
-#include <cstdint>
-#include <optional>
-#include <set>
+#include <QUrl>
 #include <string>
+
+#include "host/option_parser.h"
 
 namespace lumivex::desktop {
 
@@ -18,25 +18,22 @@ enum Status {
   kSignalled = 128
 };
 
-struct CommandLine {
-  std::string page;     // an absolute path or an address
-  std::string plugin;   // absolute
-  std::string sysroot;  // absolute; empty: device paths are looked up on this machine
+struct CommandLine : host::PluginOptions {
+  QUrl page;
   std::string wrapper;
   std::string device_paths;
-  std::set<std::string> denied;           // the last parts of privilege URIs
-  bool own_window = true;                 // the plug-in gets the id of our window ...
-  std::optional<std::int32_t> window_id;  // ... or else this one, or none
-  std::string log_level;                  // of the lines to show; empty: none
+  std::string window_id = "own";  // of the window that the plug-in gets: ours, a number, or none
   int width = 1920;
   int height = 1080;
+  std::string record;      // an absolute path, empty for no recording
   std::string screenshot;  // empty: the window stays until it is closed
   int screenshot_after_ms = 2000;
+  int devtools_port = 0;  // 0: no developer tools
+  bool insecure = false;  // take any certificate
 };
 
-// Null when there is nothing to open; *status is then the exit status, and what there is to say
-// has been said.
-std::optional<CommandLine> ReadCommandLine(int argc, char** argv, int* status);
+// Ends the program when there is nothing to open.
+CommandLine ReadCommandLine(int argc, char** argv);
 
 }  // namespace lumivex::desktop
 

@@ -5,6 +5,7 @@
 
 #include <QLocalSocket>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +14,7 @@
 
 #include "channel.h"
 #include "log_level.h"
+#include "printable.h"
 
 namespace lumivex::desktop {
 namespace {
@@ -29,12 +31,15 @@ bool TakeWord(std::string_view line, std::string_view word, std::string* argumen
   return true;
 }
 
-std::string SignalWords(const std::string& number) {
-  const char* name = strsignal(std::atoi(number.c_str()));
-  return "signal " + std::to_string(std::atoi(number.c_str())) + ", " + (name ? name : "unknown");
-}
-
 }  // namespace
+
+std::string EndWords(int signal) {
+  if (signal == SIGKILL) {
+    return "was killed";
+  }
+  const char* name = strsignal(signal);
+  return "crashed (signal " + std::to_string(signal) + ", " + (name ? name : "unknown") + ")";
+}
 
 struct PluginWatch::Connection {
   QLocalSocket* socket;
@@ -90,7 +95,7 @@ void PluginWatch::Accept() {
       ReadConnection(connection.get());
       instances_ -= connection->instances;
       if (!connection->explained && connection->instances > 0) {
-        Fail("the plug-in's process " + connection->pid + " was killed");
+        Fail("the plug-in's process " + connection->pid + " " + EndWords(SIGKILL));
       }
       connection->socket->deleteLater();
     });
@@ -100,7 +105,7 @@ void PluginWatch::Accept() {
 
 void PluginWatch::ReadConnection(Connection* connection) {
   while (connection->socket->canReadLine()) {
-    const std::string line = connection->socket->readLine().trimmed().toStdString();
+    const std::string line = Printable(connection->socket->readLine().trimmed().toStdString());
     std::string argument;
     if (shown_ <= LogPriority("info")) {
       std::fprintf(stderr, "%s: plug-in process: %s\n", program_invocation_short_name,
@@ -119,7 +124,8 @@ void PluginWatch::ReadConnection(Connection* connection) {
       Fail("the plug-in could not be loaded: " + argument);
     } else if (TakeWord(line, kCrashLine, &argument)) {
       connection->explained = true;
-      Fail("the plug-in's process " + connection->pid + " crashed (" + SignalWords(argument) + ")");
+      Fail("the plug-in's process " + connection->pid + " " +
+           EndWords(std::atoi(argument.c_str())));
     }
   }
 }
@@ -130,7 +136,8 @@ void PluginWatch::Fail(const std::string& sentence) {
   const std::string lines = LastLines();
   std::fprintf(
       stderr, "%s: %s. %s\n%s", program_invocation_short_name, sentence.c_str(),
-      lines.empty() ? "It had logged nothing." : "The last lines of its log:", lines.c_str());
+      lines.empty() ? "The plug-in had logged nothing." : "The last lines of the plug-in's log:",
+      lines.c_str());
   if (on_failure) {
     on_failure(sentence);
   }
@@ -141,7 +148,7 @@ void PluginWatch::ReadLog() {
   for (ssize_t length = 0; (length = read(log_, part, sizeof part)) > 0;) {
     for (const char character : std::string_view(part, static_cast<std::size_t>(length))) {
       if (character == '\n') {
-        TakeLogLine(unfinished_);
+        TakeLogLine(Printable(unfinished_));
         unfinished_.clear();
       } else if (unfinished_.size() < kLongestLine) {
         unfinished_ += character;

@@ -12,6 +12,9 @@
 
 namespace lumivex::desktop {
 
+// How a signal has ended a process: "was killed", "crashed (signal 6, Aborted)".
+std::string EndWords(int signal);
+
 // Knows how the plug-in's process fares: takes its log and what the wrapper tells. All on the main
 // thread.
 class PluginWatch {
@@ -26,10 +29,11 @@ class PluginWatch {
   // are wanted: nobody knows beforehand which are the last ones.
   void SetEnvironment() const;
 
-  // Called with a sentence without a full stop when the plug-in could not be loaded or its process
-  // died.
+  // Called with a sentence without a full stop after each failure.
   std::function<void(const std::string& sentence)> on_failure;
 
+  // Notes that the plug-in could not be loaded or a process died, and tells the user.
+  void Fail(const std::string& sentence);
   bool failed() const { return failed_; }
   // Plug-in elements that live at the moment.
   int instances() const { return instances_; }
@@ -41,7 +45,6 @@ class PluginWatch {
 
   void Accept();
   void ReadConnection(Connection* connection);
-  void Fail(const std::string& sentence);
   void ReadLog();
   void TakeLogLine(const std::string& line);
 

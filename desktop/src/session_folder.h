@@ -7,6 +7,7 @@ namespace lumivex::desktop {
 
 // A short-lived folder with a short, plain name. The engine's switches and LD_PRELOAD have no way
 // to name a path with a blank or a comma in it, and sockets none to name a long one.
+// Sweeps the folders of programs that were killed.
 class SessionFolder {
  public:
   // Ends the program with a message when there is no place for it.
@@ -23,6 +24,7 @@ class SessionFolder {
 
  private:
   std::string path_;
+  int lock_ = -1;  // held until the program ends, however it does
 };
 
 }  // namespace lumivex::desktop

@@ -4,13 +4,16 @@
 #include <QLabel>
 #include <QScreen>
 #include <QShortcut>
-#include <QUrl>
 #include <QVBoxLayout>
+#include <QWebEngineCertificateError>
 #include <QWebEnginePage>
 #include <QWebEngineSettings>
 #include <QWindow>
 #include <cstdio>
 #include <utility>
+
+#include "plugin_watch.h"
+#include "printable.h"
 
 namespace lumivex::desktop {
 namespace {
@@ -21,28 +24,49 @@ constexpr int kFailureDelayMs = 200;
 
 class Page : public QWebEnginePage {
  public:
-  using QWebEnginePage::QWebEnginePage;
+  Page(QWebEngineProfile* profile, QObject* parent, bool insecure)
+      : QWebEnginePage(profile, parent), insecure_(insecure) {}
 
  protected:
-  void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel /*level*/,
+  void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel level,
                                 const QString& message,
-                                int /*line*/,
-                                const QString& /*source*/) override {
-    std::printf("%s\n", message.toUtf8().constData());
-    std::fflush(stdout);
+                                int line,
+                                const QString& source) override {
+    constexpr const char* kLevels[] = {"info", "warning", "error"};
+    const QUrl place = source.isEmpty() ? url() : QUrl(source);
+    const QString name = place.isLocalFile()        ? place.toLocalFile()
+                         : place.scheme() == "data" ? "data"
+                                                    : place.toString();
+    std::FILE* const stream = level == InfoMessageLevel ? stdout : stderr;
+    for (const QString& part : message.split('\n')) {
+      std::fprintf(stream, "%s:%d: %s: %s\n", Printable(name.toStdString()).c_str(), line,
+                   kLevels[level], Printable(part.toStdString()).c_str());
+    }
+    std::fflush(stream);
   }
+
+  bool certificateError(const QWebEngineCertificateError& error) override {
+    if (!insecure_) {
+      std::fprintf(stderr, "lumivex-desktop: %s: %s --insecure takes it all the same\n",
+                   qPrintable(error.url().toDisplayString()), qPrintable(error.errorDescription()));
+    }
+    return insecure_;
+  }
+
+ private:
+  const bool insecure_;
 };
 
 }  // namespace
 
 Window::Window(int width, int height) : failure_(new QLabel(this)) {
   setWindowTitle("Lumivex");
-  failure_->setStyleSheet("background: #8c1d18; color: white; padding: 8px; font-size: 15px;");
+  failure_->setStyleSheet("background: #8c1d18; color: white; padding: 4px; font-size: 15px;");
+  failure_->setTextFormat(Qt::PlainText);
   failure_->hide();
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(0, 0, 0, 0);
   column->setSpacing(0);
-  column->addWidget(failure_);
   resize(width, height);
   failure_timer_.setSingleShot(true);
   failure_timer_.setInterval(kFailureDelayMs);
@@ -63,11 +87,11 @@ void Window::AddShortcut(const char* keys, std::function<void()> action) {
   QObject::connect(shortcut, &QShortcut::activated, this, std::move(action));
 }
 
-void Window::Open(const std::string& page, const std::function<void(bool ok)>& on_loaded) {
+void Window::Open(const QUrl& page, bool insecure, const std::function<void(bool ok)>& on_loaded) {
   // Without a name the profile leaves nothing on the disk.
   profile_ = std::make_unique<QWebEngineProfile>();
   view_ = std::make_unique<QWebEngineView>(this);
-  auto* web_page = new Page(profile_.get(), view_.get());
+  auto* web_page = new Page(profile_.get(), view_.get(), insecure);
   view_->setPage(web_page);
   view_->setContextMenuPolicy(Qt::NoContextMenu);
   web_page->settings()->setAttribute(QWebEngineSettings::PluginsEnabled, true);
@@ -86,9 +110,14 @@ void Window::Open(const std::string& page, const std::function<void(bool ok)>& o
       on_loaded(false);
     }
   });
+  QObject::connect(web_page, &QWebEnginePage::renderProcessTerminated, this,
+                   [this](QWebEnginePage::RenderProcessTerminationStatus status, int signal) {
+                     if (status != QWebEnginePage::NormalTerminationStatus) {
+                       on_crash("the page's process " + EndWords(signal));
+                     }
+                   });
   layout()->addWidget(view_.get());
-  const QString name = QString::fromStdString(page);
-  view_->setUrl(page[0] == '/' ? QUrl::fromLocalFile(name) : QUrl(name));
+  view_->setUrl(page);
   view_->setFocus();
 }
 
@@ -98,8 +127,23 @@ void Window::ClosePage() {
 }
 
 void Window::ShowFailure(const std::string& sentence) {
-  failure_->setText(QString::fromStdString("Sorry: " + sentence + ". F5 loads the page again."));
+  failure_text_ = QString::fromStdString("Sorry: " + sentence + ". F5 loads the page again.");
+  PlaceFailure();
   failure_->show();
+}
+
+void Window::resizeEvent(QResizeEvent* event) {
+  QWidget::resizeEvent(event);
+  PlaceFailure();
+}
+
+void Window::PlaceFailure() {
+  failure_->ensurePolished();
+  failure_->setText(
+      failure_->fontMetrics().elidedText(failure_text_, Qt::ElideMiddle, width() - 16));
+  const int high = failure_->sizeHint().height();
+  failure_->setGeometry(0, height() - high, width(), high);
+  failure_->raise();
 }
 
 bool Window::SaveScreenshot(const std::string& file) {

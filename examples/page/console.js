@@ -38,7 +38,8 @@ class MessageList {
     const key = `${data && data.event} ${data && data.type}`;
     const repeats = this._lastEvent && this._lastEvent.key === key;
     if (!repeats) {
-      this._lastEvent = {key, line: this._add("event", ""), count: 0};
+      const kind = data && data.event === "PLAYBACK_ERROR_EVENT" ? "error" : "event";
+      this._lastEvent = {key, line: this._add(kind, ""), count: 0};
     }
     const count = ++this._lastEvent.count;
     const {event, ...rest} = data || {};

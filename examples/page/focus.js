@@ -28,12 +28,22 @@ function moveCost(from, to, {x, y}) {
     : Infinity;
 }
 
+let focused = null;  // where the focus was last: what loses it by being disabled gives it to no one
+document.addEventListener("focusin", ({target}) => { focused = target; });
+
+// A click on an empty place leaves the focus where it is.
+document.addEventListener("mousedown", (event) => {
+  if (!event.target.closest("button, input")) {
+    event.preventDefault();
+  }
+});
+
 function moveFocus(key) {
-  const from = document.activeElement.getBoundingClientRect();
+  const from = focused.getBoundingClientRect();
   let best = null;
   let bestCost = Infinity;
   for (const candidate of document.querySelectorAll("button:not(:disabled), input")) {
-    const cost = candidate === document.activeElement ? Infinity
+    const cost = candidate === focused ? Infinity
       : moveCost(from, candidate.getBoundingClientRect(), DIRECTIONS[key]);
     if (cost < bestCost) {
       [best, bestCost] = [candidate, cost];

@@ -1,15 +1,18 @@
-// The client of the Lumivex plug-in for web pages; types in lumivex.d.ts.
+// The client of the Lumivex plug-in for web pages; types in module.d.ts.
 //
 //   const tv = new Lumivex(document.querySelector("embed"));
 //   tv.addEventListener("position", ({detail}) => console.log(detail.position));
 //   tv.player.setDataSource("film.mp4") && tv.player.start();
 //
-// Every command is a function: the plug-in answers at once, so it returns the answer's value.
+// Every command is a function that returns the value of the plug-in's reply. The page stands still
+// until the reply comes: setDataSource opens the source, which can take seconds.
 //  - A refusal by the player or the tuner is a value: false, -1, "FAILED" or "".
 //  - An error result is thrown as a LumivexError: no privilege, a missing argument, no tuner.
 // The console shows the traffic after: tv.trace = console.log.
 //
-// A classic script that defines Lumivex and LumivexError, so that it works from a file as well.
+// A classic script that defines Lumivex and LumivexError, so that it works from a file as well;
+// module.js exports them. It runs from Chromium 64 on, the first whose EventTarget can be extended:
+// nothing newer than ES2017 here.
 (function (scope) {
   "use strict";
 
@@ -102,8 +105,13 @@
       embed.addEventListener("message", this._listener);
     }
 
-    // A request as it is, for what the functions do not cover. Undefined arguments are left out.
+    // A command by its name; the types let only what is right pass.
     send(moduleName, command, args) {
+      return this.sendRaw(moduleName, command, args);
+    }
+
+    // A request as it is, right or wrong. Undefined arguments are left out.
+    sendRaw(moduleName, command, args) {
       const request = {moduleName, command};
       for (const [key, value] of Object.entries(args || {})) {
         if (value !== undefined) {
@@ -140,7 +148,7 @@
       const functions = {};
       for (const [command, toArguments] of Object.entries(COMMANDS[moduleName])) {
         functions[command[0].toLowerCase() + command.slice(1)] = (...args) =>
-          this.send(moduleName, command, toArguments(...args));
+          this.sendRaw(moduleName, command, toArguments(...args));
       }
       return functions;
     }
@@ -156,13 +164,20 @@
   }
 
   Lumivex.MIME_TYPE = "application/x-lumivex";
-  Lumivex.COMMANDS = Object.fromEntries(
-    Object.entries(COMMANDS).map(([module, commands]) => [module, Object.keys(commands)]));
+  Lumivex.COMMANDS = {};
+  for (const moduleName of Object.keys(COMMANDS)) {
+    Lumivex.COMMANDS[moduleName] = Object.keys(COMMANDS[moduleName]);
+  }
   Lumivex.TrackType = Object.freeze({VIDEO: 1, AUDIO: 2, TIMED_TEXT: 3, SUBTITLE: 4});
   Lumivex.ScalingMode = Object.freeze({KEEP_ASPECT: 0, FILL: 1});
   Lumivex.DrmProperty = Object.freeze(
     {REQUEST_CHALLENGE_DATA: 0, SET_LICENSE: 1, LICENSE_SERVER: 2, COOKIE: 3});
+  // What the desktop's player means by them; the others are messages of a device's library.
+  Lumivex.ErrorType = Object.freeze({OTHER: 0, SOURCE: 1, NETWORK: 2, FORMAT: 4, NO_DECODER: 5,
+    DECODER: 6, LIBRARY_187: 7, ENCRYPTED: 8});
+  Lumivex.InfoType = Object.freeze(
+    {LIBRARY_32: 0, LIBRARY_96: 4, END: 5, LIBRARY_35: 7, LIBRARY_177: 9});
 
   scope.Lumivex = Lumivex;
   scope.LumivexError = LumivexError;
-})(globalThis);
+})(typeof self === "undefined" ? globalThis : self);

@@ -18,6 +18,13 @@ function notify(text) {
   byId("notice").textContent = text;
 }
 
+// What the stage shows where there is no picture: these words, or else the channel.
+let channelPicture = "";
+function stage(text, failed = false) {
+  byId("idle").textContent = text || channelPicture || "Choose a source or a channel";
+  byId("idle").classList.toggle("error", failed);
+}
+
 // Runs an action on the client. An answer of false is told in these words, if there are any; an
 // error in its own. True when all went well.
 function attempt(words, action) {
@@ -76,34 +83,77 @@ function addSources(panel) {
   };
 }
 
-function onKey(event, panel) {
-  const typing = document.activeElement === byId("address") && byId("address").value !== "";
-  const sideways = event.key === "ArrowLeft" ? -1 : event.key === "ArrowRight" ? 1 : 0;
-  if (panel.isFull) {
-    if (sideways) {
-      panel.seekBy(10000 * sideways);
-    } else if (event.key === "Enter" || event.key === " ") {
-      panel.playOrPause();
-    } else if (event.key !== "F5" && event.key !== "F11") {
-      panel.leaveFull();
-    }
-  } else if (sideways && document.activeElement === byId("seek")) {
-    panel.seekBy(5000 * sideways);
-  } else if (event.key in DIRECTIONS && !(typing && sideways)) {
-    moveFocus(event.key);
-  } else if (event.key === " " && !typing) {
-    panel.playOrPause();
-  } else {
-    return;
-  }
-  event.preventDefault();
+function openNext(places) {
+  const buttons = [...document.querySelectorAll("#sources .list button")];
+  const at = buttons.findIndex((button) => button.classList.contains("chosen"));
+  buttons[at < 0 ? 0 : (at + places + buttons.length) % buttons.length].click();
 }
 
-const playerPanel = new PlayerPanel(tv, attempt, notify);
-new TunerPanel(tv, attempt);
+// Keys of a remote control, by the names that a television's engine gives them.
+const REMOTE_KEYS = {
+  MediaPlayPause: () => playerPanel.playOrPause(),
+  MediaPlay: () => playerPanel.isPlaying || playerPanel.playOrPause(),
+  MediaPause: () => playerPanel.isPlaying && playerPanel.playOrPause(),
+  MediaStop: () => playerPanel.stop(),
+  MediaTrackNext: () => openNext(1),
+  MediaTrackPrevious: () => openNext(-1),
+  MediaFastForward: () => playerPanel.seekBy(10000),
+  MediaRewind: () => playerPanel.seekBy(-10000),
+  ColorF0Red: () => byId("audio").click(),
+  ColorF1Green: () => byId("subtitles").click(),
+  ColorF2Yellow: () => byId("speed").click(),
+  ColorF3Blue: () => byId("size").click(),
+  ChannelUp: () => tunerPanel.step(1),
+  ChannelDown: () => tunerPanel.step(-1),
+};
+const BACK_KEYS = ["Escape", "Backspace", "GoBack", "BrowserBack"];
+
+// True when the key meant something.
+function onKey(key) {
+  const inAddress = document.activeElement === byId("address") && !playerPanel.isFull;
+  const typing = inAddress && byId("address").value !== "";
+  const sideways = key === "ArrowLeft" ? -1 : key === "ArrowRight" ? 1 : 0;
+  if (key in REMOTE_KEYS) {
+    REMOTE_KEYS[key]();
+  } else if (!inAddress && (/^[0-9]$/.test(key) || (key === "." && tunerPanel.isEntering))) {
+    tunerPanel.enter(key);
+  } else if (key === "Enter" && tunerPanel.isEntering) {
+    tunerPanel.finishEntry();
+  } else if (playerPanel.isFull && sideways) {
+    playerPanel.seekBy(10000 * sideways);
+  } else if (playerPanel.isFull && BACK_KEYS.includes(key)) {
+    playerPanel.leaveFull();
+  } else if (key === " " && !typing || key === "Enter" && playerPanel.isFull) {
+    playerPanel.playOrPause();
+  } else if (playerPanel.isFull) {
+    return false;
+  } else if (sideways && document.activeElement === byId("seek")) {
+    playerPanel.seekBy(5000 * sideways);
+  } else if (key in DIRECTIONS && !(typing && sideways)) {
+    moveFocus(key);
+  } else {
+    return false;
+  }
+  return true;
+}
+
+const playerPanel = new PlayerPanel(tv, attempt, notify, stage);
+const tunerPanel = new TunerPanel(tv, attempt, {
+  onTune: () => playerPanel.stop(),
+  showPicture: (text, failed) => {
+    channelPicture = failed ? "" : text;
+    stage(text, failed);
+  },
+  announce: (text) => playerPanel.sign(text),
+});
 addSources(playerPanel);
 showVersions();
 showClock();
 setInterval(showClock, 10000);
-document.addEventListener("keydown", (event) => onKey(event, playerPanel));
+document.addEventListener("keydown", (event) => {
+  const withModifier = event.ctrlKey || event.altKey || event.metaKey;
+  if (!withModifier && onKey(event.key)) {
+    event.preventDefault();
+  }
+});
 document.querySelector("#sources button").focus();

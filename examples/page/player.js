@@ -2,10 +2,16 @@
 "use strict";
 
 const SPEEDS = [0.5, 1, 1.5, 2];
-const SIZES = ["Boxed", "Keep aspect", "Full"];
-const CAPTION_TIME = 6000;  // the plug-in tells when a cue begins, not when it ends
+const SIZES = ["Boxed", "Stretched", "Full"];
 const HINT_TIME = 4000;
-const END_OF_MEDIA = 5;
+const REASONS = {  // by Lumivex.ErrorType
+  1: "it does not exist or cannot be read",
+  2: "the server cannot be reached, or sends nothing",
+  4: "it is no medium, or damaged",
+  5: "there is no decoder for it",
+  6: "the decoder failed",
+  8: "it is encrypted",
+};
 
 const byId = (id) => document.getElementById(id);
 
@@ -14,21 +20,24 @@ function clockText(msec) {
   return `${Math.floor(seconds / 60)}:${String(seconds % 60).padStart(2, "0")}`;
 }
 
-// "English" for "eng" or "en".
+// "English" for "eng" or "en"; "und" stands for no language, and "FAILED" for no answer.
 function languageName(code, fallback) {
   try {
-    return new Intl.DisplayNames(["en"], {type: "language"}).of(code);
+    return ["und", "FAILED"].includes(code) ? fallback
+      : new Intl.DisplayNames(["en"], {type: "language"}).of(code);
   } catch (error) {
     return fallback;
   }
 }
 
 class PlayerPanel {
-  // attempt(words, action): see page.js.
-  constructor(tv, attempt, notify) {
+  // attempt, notify, stage: see page.js.
+  constructor(tv, attempt, notify, stage) {
     this._tv = tv;
     this._attempt = attempt;
     this._notify = notify;
+    this._stage = stage;
+    this._name = "";  // of what was opened last
     this._source = null;
     this._playing = false;
     this._position = 0;
@@ -38,6 +47,7 @@ class PlayerPanel {
     this._ended = false;
     this._forgetTracks();
     this._area = "";
+    this._signText = "";
 
     byId("play").onclick = () => this.playOrPause();
     byId("stop").onclick = () => this.stop();
@@ -56,16 +66,21 @@ class PlayerPanel {
     tv.addEventListener("bufferingcomplete", () => this._setBuffer(100));
     tv.addEventListener("timedtext", ({detail}) => this._showCaption(detail.text));
     tv.addEventListener("info", ({detail}) => {
-      if (detail.type === END_OF_MEDIA) {
+      if (detail.type === Lumivex.InfoType.END) {
         this._end();
         this._ended = true;
+        this.sign("The end", true);
       }
     });
     tv.addEventListener("playbackerror", ({detail}) => {
       this._end();
-      notify(`Playback failed (error ${detail.type})`);
+      this._fail(REASONS[detail.type] || `error ${detail.type}`);
     });
     this._show();
+  }
+
+  get isPlaying() {
+    return this._playing;
   }
 
   get isFull() {
@@ -73,18 +88,28 @@ class PlayerPanel {
   }
 
   leaveFull() {
-    this._setSize(0);
-    byId("size").focus();
+    if (this.isFull) {
+      this._setSize(0);
+      byId("size").focus();
+    }
+  }
+
+  // Told on the stage, where the picture is missing.
+  _fail(reason) {
+    this.leaveFull();
+    this._stage(`${this._name} cannot be played${reason ? `:\n${reason}` : ""}`, true);
   }
 
   // captions: the address of a subtitle file, if there is one.
   open({name, url, captions}) {
     this.stop();
-    this._notify(`Opening ${name} \u2026`);
+    this._name = name;
+    this._stage(`Opening ${name} \u2026`);
     // Opening blocks the page, so let it show the words first.
     requestAnimationFrame(() => setTimeout(() => {
       this._place();
-      if (!this._attempt(`${name} cannot be played`, ({player}) => player.setDataSource(url))) {
+      if (!this._attempt("", ({player}) => player.setDataSource(url))) {
+        this._fail();
         return;
       }
       this._source = {name, url, captions};
@@ -92,7 +117,7 @@ class PlayerPanel {
       if (this._attempt(`${name} does not start`, ({player}) => player.start())) {
         this._playing = true;
         this._speed = 1;
-        this._notify(name);
+        this._stage(name);
         this._readMedia();
       }
       this._show();
@@ -107,10 +132,12 @@ class PlayerPanel {
         this._source !== null && (player.resume() || player.start()));
       this._ended = this._ended && !this._playing;
     }
+    this.sign(this._playing ? "Playing" : this._source ? "Paused" : "Nothing to play", !this._playing);
     this._show();
   }
 
   stop() {
+    this.leaveFull();
     if (this._source) {
       this._attempt("Stopping is refused", ({player}) => player.stop());
     }
@@ -120,6 +147,7 @@ class PlayerPanel {
     this._duration = 0;
     this._forgetTracks();
     this._notify("");
+    this._stage("");
     this._show();
   }
 
@@ -130,6 +158,7 @@ class PlayerPanel {
       this._ended = false;
       this._showCaption("");
       this._setPosition(target);
+      this.sign(`${clockText(target)} / ${clockText(this._duration)}`, !this._playing);
       this._show();
     }
   }
@@ -216,32 +245,37 @@ class PlayerPanel {
   _setSize(size) {
     this._size = size;
     document.body.classList.toggle("full", this.isFull);
-    clearTimeout(this._hintTimer);
-    if (this.isFull) {
-      this._strip("\u2190 \u2192 seek    Enter pauses    Esc returns");
-      this._hintTimer = setTimeout(() => this._strip(""), HINT_TIME);
-    }
+    this.sign(this.isFull ? "\u2190 \u2192 seek\nEnter pauses\nEsc returns" : "");
     this._place();
     this._show();
   }
 
+  // What a viewer of the full picture has to know, with the progress line; for a while or until the
+  // next.
+  sign(text, lasts = false) {
+    clearTimeout(this._signTimer);
+    this._signText = text;
+    if (text && !lasts) {
+      this._signTimer = setTimeout(() => this.sign(""), HINT_TIME);
+    }
+    this._showStrip();
+  }
+
   // The video lies above the page, so a text needs a place where there is none.
-  _strip(text) {
-    byId("strip").textContent = text;
-    document.body.classList.toggle("with-strip", text !== "" || this._text > 0);
-    this._place();
+  _showStrip() {
+    byId("sign").textContent = this._signText;
+    byId("full-caption").textContent = byId("caption").textContent;
+    byId("line").classList.toggle("shown", Boolean(this._signText));
+    document.body.classList.toggle("with-strip", Boolean(this._signText) || this._text > 0);
+    if (this.isFull) {
+      this._place();
+    }
   }
 
   _showCaption(text) {
-    clearTimeout(this._captionTimer);
     const shown = this._text > 0 ? text : "";
     byId("caption").textContent = shown;
-    if (this.isFull) {
-      this._strip(shown);
-    }
-    if (shown) {
-      this._captionTimer = setTimeout(() => this._showCaption(""), CAPTION_TIME);
-    }
+    this._showStrip();
   }
 
   _place() {
@@ -256,7 +290,7 @@ class PlayerPanel {
       height: Math.round(box.height * devicePixelRatio),
     };
     this._attempt("", ({player}) => {
-      if (SIZES[this._size] !== "Boxed" && player.getVideoWidth() > 0) {
+      if (SIZES[this._size] !== "Stretched" && player.getVideoWidth() > 0) {
         area.scalingMode = Lumivex.ScalingMode.KEEP_ASPECT;
       }
       if (JSON.stringify(area) !== this._area) {
@@ -271,7 +305,9 @@ class PlayerPanel {
     this._position = position;
     byId("position").textContent = clockText(position);
     const share = this._duration > 0 ? Math.min(1, position / this._duration) : 0;
-    byId("played").style.width = `${100 * share}%`;
+    for (const line of document.querySelectorAll("#played, #line span")) {
+      line.style.width = `${100 * share}%`;
+    }
   }
 
   _setBuffer(percent) {

@@ -14,10 +14,17 @@ const CHANNELS = [
   {type: 1, name: "Cable Preview", major: 112, minor: 2, programNum: 22, transportStreamID: 8194},
 ];
 const TUNE_TIME = 1500;  // without an event by then there is no signal
+const ENTRY_TIME = 1500;  // a number is whole when no further digit comes
 
 class TunerPanel {
-  constructor(tv, attempt) {
+  // attempt: see page.js. onTune is called before a channel is tuned; showPicture(text, failed)
+  // gets what stands in for the channel's picture, announce(text) what is said of its number.
+  constructor(tv, attempt, {onTune, showPicture, announce}) {
     this._attempt = attempt;
+    this._onTune = onTune;
+    this._showPicture = showPicture;
+    this._announce = announce;
+    this._entry = "";  // digits of a channel's number
     this._channel = null;
     this._tuned = false;
     this._band = 0;
@@ -26,7 +33,7 @@ class TunerPanel {
     }
     byId("rf-audio").onclick = () => this._nextTrack(Lumivex.TrackType.AUDIO);
     byId("rf-subtitles").onclick = () => this._nextSubtitle();
-    tv.addEventListener("tuned", () => this._setTuned(true));
+    tv.addEventListener("tuned", () => this._setTuned(true, this._channel.name));
     this._showBand(0);
     this._showTracks();
   }
@@ -41,33 +48,79 @@ class TunerPanel {
     for (const channel of CHANNELS.filter((one) => one.type === type)) {
       const button = document.createElement("button");
       button.textContent = `${channel.major}.${channel.minor}  ${channel.name}`;
-      button.classList.toggle("chosen", channel === this._channel);
-      button.onclick = () => this._tune(channel, button);
+      button.onclick = () => this._tune(channel);
       list.append(button);
     }
+    this._markChannel();
   }
 
-  _tune(channel, button) {
+  _markChannel() {
+    const channels = CHANNELS.filter(({type}) => type === this._band);
+    document.querySelectorAll("#channels .list button").forEach((button, index) =>
+      button.classList.toggle("chosen", channels[index] === this._channel));
+  }
+
+  // The channel that is so many places on in the list.
+  step(places) {
+    const channels = CHANNELS.filter(({type}) => type === this._band);
+    const at = channels.indexOf(this._channel);
+    this._tune(channels[at < 0 ? 0 : (at + places + channels.length) % channels.length]);
+  }
+
+  get isEntering() {
+    return this._entry !== "";
+  }
+
+  // A digit or the point of a number like 5.2; the first channel of 5 is meant by 5.
+  enter(key) {
+    clearTimeout(this._entryTimer);
+    this._entry += key;
+    this._say(`Channel ${this._entry}`);
+    this._entryTimer = setTimeout(() => this.finishEntry(), ENTRY_TIME);
+  }
+
+  finishEntry() {
+    clearTimeout(this._entryTimer);
+    const [major, minor] = this._entry.split(".").map(Number);
+    const channel = CHANNELS.find((one) =>
+      one.major === major && (!minor || one.minor === minor));
+    if (channel) {
+      this._tune(channel);
+    } else {
+      this._say(`There is no channel ${this._entry}`);
+    }
+    this._entry = "";
+  }
+
+  _say(text) {
+    byId("tuned").textContent = text;
+    this._announce(text);
+  }
+
+  _tune(channel) {
     const {type, name, ...place} = channel;
     clearTimeout(this._timer);
-    if (!this._attempt(`${name} is refused`,
+    this._onTune();
+    if (!this._attempt("",
       ({tuner}) => tuner.setChannelType(type) && tuner.tuneRFChannel(place))) {
+      this._showPicture(`${name} is refused`, true);
       return;
     }
     this._channel = channel;
-    this._tuned = false;
-    for (const other of button.parentElement.children) {
-      other.classList.toggle("chosen", other === button);
+    if (type === this._band) {
+      this._markChannel();
+    } else {
+      this._showBand(type);
     }
-    byId("tuned").textContent = `Tuning to ${name} \u2026`;
-    this._timer = setTimeout(() => this._setTuned(false), TUNE_TIME);
-    this._showTracks();
+    this._setTuned(false, `Tuning to ${name} \u2026`);
+    this._timer = setTimeout(() => this._setTuned(false, `${name}: no signal`), TUNE_TIME);
   }
 
-  _setTuned(tuned) {
+  _setTuned(tuned, text) {
     clearTimeout(this._timer);
     this._tuned = tuned;
-    byId("tuned").textContent = `${this._channel.name}${tuned ? "" : ": no signal"}`;
+    byId("tuned").textContent = text;
+    this._showPicture(tuned ? `${text}\nOn a desktop channels have no picture` : text);
     this._showTracks();
   }
 

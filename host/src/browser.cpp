@@ -202,24 +202,19 @@ int64_t Browser::DroppedEvents() const {
 }
 
 std::vector<SyncCall> Browser::GenericSyncCalls() const {
-  const std::lock_guard<std::mutex> lock(runtime_->mutex);
-  return runtime_->sync_calls;
+  return runtime_->SyncCalls();
 }
 
 void Browser::WithholdInterface(const std::string& name) {
-  const std::lock_guard<std::mutex> lock(runtime_->mutex);
-  runtime_->withheld.insert(name);
+  runtime_->Withhold(name);
 }
 
 void Browser::ForceRegisterResult(std::optional<int32_t> result) {
-  const std::lock_guard<std::mutex> lock(runtime_->mutex);
-  runtime_->register_result = result;
+  runtime_->ForceRegisterResult(result);
 }
 
 int Browser::InterfaceRequests(const std::string& name) const {
-  const std::lock_guard<std::mutex> lock(runtime_->mutex);
-  const auto found = runtime_->interface_requests.find(name);
-  return found == runtime_->interface_requests.end() ? 0 : found->second;
+  return runtime_->InterfaceRequests(name);
 }
 
 }  // namespace lumivex::host

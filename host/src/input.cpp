@@ -27,9 +27,13 @@ bool Input::Fill() {
   if (size < 0) {
     return errno == EINTR || errno == EAGAIN;
   }
-  at_end_ = size == 0;
-  buffer_.append(chunk.data(), static_cast<std::size_t>(size));
+  Append(chunk.data(), static_cast<std::size_t>(size));
   return true;
+}
+
+void Input::Append(const char* text, std::size_t size) {
+  at_end_ = size == 0;
+  buffer_.append(text, size);
 }
 
 }  // namespace lumivex::host

@@ -11,8 +11,13 @@ namespace lumivex::host {
 namespace {
 
 // The loop that the current thread is attached to. It keeps the loop alive while it runs, even
-// when the plug-in has released the resource.
+// when the plug-in has released the resource. A loop ends with its thread.
 struct Attachment {
+  ~Attachment() {
+    if (loop != nullptr) {
+      loop->Destroy();
+    }
+  }
   std::shared_ptr<Loop> loop;
   PP_Resource resource = 0;
   uint64_t epoch = 0;
@@ -26,6 +31,16 @@ uint64_t NextEpoch() {
 }
 
 }  // namespace
+
+bool Loop::Attach() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return !std::exchange(attached_, true);
+}
+
+bool Loop::IsServed() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return attached_ && !destroyed_;
+}
 
 bool Loop::Post(Task task, std::chrono::milliseconds delay) {
   return Enqueue({std::move(task), false}, delay);
@@ -128,7 +143,8 @@ bool Loop::IsDestroyed() const {
 }
 
 LoopTable::LoopTable(Defects* defects) : defects_(defects), epoch_(NextEpoch()) {
-  entries_[kMain] = {main_loop_, 0, true};
+  main_loop_->Attach();
+  entries_[kMain] = {main_loop_};
 }
 
 LoopTable::~LoopTable() {
@@ -144,7 +160,7 @@ LoopTable::~LoopTable() {
 PP_Resource LoopTable::Create() {
   const std::lock_guard<std::mutex> lock(mutex_);
   const auto loop = std::make_shared<Loop>();
-  entries_[++last_] = {loop, 1, false};
+  entries_[++last_] = {loop, 1};
   if (all_.size() == all_.capacity()) {  // so seldom that the number of loops does not matter
     all_.erase(std::remove_if(all_.begin(), all_.end(),
                               [](const std::weak_ptr<Loop>& weak) { return weak.expired(); }),
@@ -177,11 +193,12 @@ int32_t LoopTable::Attach(PP_Resource resource) {
   if (OnMainThread()) {
     return PP_ERROR_WRONG_THREAD;
   }
-  if (found->second.attached || Current() != 0) {
+  if (Current() != 0 || !found->second.loop->Attach()) {
     return PP_ERROR_INPROGRESS;
   }
-  found->second.attached = true;
-  attachment = {found->second.loop, resource, epoch_};
+  attachment.loop = found->second.loop;
+  attachment.resource = resource;
+  attachment.epoch = epoch_;
   return PP_OK;
 }
 
@@ -201,7 +218,7 @@ int32_t LoopTable::Run(PP_Resource resource) {
     loop->Destroy();
   }
   if (loop->IsDestroyed()) {
-    attachment = {};
+    attachment.loop = nullptr;
   }
   return result;
 }

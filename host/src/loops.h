@@ -24,6 +24,10 @@ class Loop {
  public:
   using Task = std::function<void()>;
 
+  // True once; from then on a thread is there to run it.
+  bool Attach();
+  // False before a thread is attached and once the loop was destroyed.
+  bool IsServed() const;
   // False when the loop was destroyed; the task is then dropped.
   bool Post(Task task, std::chrono::milliseconds delay = std::chrono::milliseconds(0));
   // Takes its place behind the work posted before. False when the loop was destroyed.
@@ -52,6 +56,7 @@ class Loop {
   // All guarded by mutex_.
   std::map<std::pair<Clock::time_point, uint64_t>, Item> items_;
   uint64_t posted_ = 0;
+  bool attached_ = false;
   bool running_ = false;
   bool destroyed_ = false;
 };
@@ -84,7 +89,6 @@ class LoopTable {
   struct Entry {
     std::shared_ptr<Loop> loop;
     int64_t references = 0;
-    bool attached = false;
   };
   static constexpr PP_Resource kMain = 1;
 

@@ -3,26 +3,24 @@
 
 #include <cstdint>
 #include <optional>
-#include <set>
 #include <string>
+
+#include "host/option_parser.h"
 
 namespace lumivex::host {
 
 // The command line of lumivex-host.
-struct CommandLine {
-  std::string script;            // empty: standard input
-  std::string plugin;            // never empty
-  std::string sysroot;           // absolute; empty when there is none
-  std::set<std::string> denied;  // paths or URIs of privileges
+struct CommandLine : PluginOptions {
+  std::string script = "-";  // standard input
   std::optional<int32_t> window_id = 1;
-  std::string log_level;  // empty: as the environment says
   std::string log_file;
   bool json = false;
+  bool check = false;  // look at the layers below; script is a clip, or "-"
+  int timeout = 60;    // seconds
 };
 
-// Null when the program is done already: *status is then its exit status, and what had to be said
-// was said.
-std::optional<CommandLine> ReadCommandLine(int argc, char** argv, int* status);
+// Ends the program when there is nothing to play.
+CommandLine ReadCommandLine(int argc, char** argv);
 
 }  // namespace lumivex::host
 

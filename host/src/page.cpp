@@ -80,30 +80,27 @@ Page::VarAnswer Page::SendBlockingVar(PP_Var message, std::chrono::milliseconds 
 
 bool Page::Post(const Json& message) {
   const std::optional<PP_Var> var = runtime_->vars.FromJson(message);
-  if (!var) {
-    return false;
-  }
-  const OwnedVar owned(&runtime_->vars, *var);
-  return PostVar(owned.get());
+  return var && PostOwned(OwnedVar(&runtime_->vars, *var));
 }
 
 bool Page::PostVar(PP_Var message) {
   const std::optional<PP_Var> copy = runtime_->vars.DeepCopy(message);
-  if (!copy) {
-    return false;
-  }
-  // Shared, since a task can be copied.
-  auto owned = std::make_shared<OwnedVar>(&runtime_->vars, *copy);
-  if (state_->Handler() != nullptr) {
-    return state_->Send(&runtime_->vars, std::move(*owned), nullptr) == Outcome::kAnswered;
+  return copy && PostOwned(OwnedVar(&runtime_->vars, *copy));
+}
+
+bool Page::PostOwned(OwnedVar message) {
+  if (state_->HasHandler()) {
+    return state_->Send(&runtime_->vars, std::move(message), nullptr) == Outcome::kAnswered;
   }
   const PPP_Messaging* const messaging = runtime_->plugin_messaging;
   if (messaging == nullptr || !state_->IsOpen()) {
     return false;
   }
-  return runtime_->loops.main_loop()->Post([state = state_, messaging, owned] {
+  // Shared, since a task can be copied.
+  const auto shared = std::make_shared<OwnedVar>(std::move(message));
+  return runtime_->loops.main_loop()->Post([state = state_, messaging, shared] {
     if (state->IsOpen()) {
-      messaging->HandleMessage(state->instance(), owned->get());
+      messaging->HandleMessage(state->instance(), shared->get());
     }
   });
 }
@@ -127,7 +124,7 @@ bool Page::IsOpen() const {
 }
 
 bool Page::HasHandler() const {
-  return state_->Handler() != nullptr;
+  return state_->HasHandler();
 }
 
 int64_t Page::DroppedEvents() const {

@@ -1,7 +1,5 @@
 #include "page_state.h"
 
-#include "runtime.h"
-
 namespace lumivex::host {
 
 namespace {
@@ -130,9 +128,9 @@ std::shared_ptr<Registration> PageState::SetHandler(std::shared_ptr<Registration
   return std::exchange(handler_, std::move(registration));
 }
 
-std::shared_ptr<Registration> PageState::Handler() const {
+bool PageState::HasHandler() const {
   const std::lock_guard<std::mutex> lock(mutex_);
-  return handler_;
+  return handler_ != nullptr && handler_->loop->IsServed();
 }
 
 Page::Outcome PageState::Send(VarTable* vars, OwnedVar message, std::shared_ptr<Call> call) {
@@ -158,7 +156,7 @@ Page::Outcome PageState::Enqueue(
   if (!open_) {
     return Page::Outcome::kPageGone;
   }
-  if (handler_ == nullptr) {
+  if (handler_ == nullptr || !handler_->loop->IsServed()) {
     return Page::Outcome::kNoHandler;
   }
   task = make_task(handler_);
@@ -181,9 +179,8 @@ bool PageState::AddEvent(Json event) {
     return true;
   }
   ++dropped_events_;
-  const Runtime* const runtime = Runtime::Current();
-  if (runtime != nullptr && runtime->options.on_dropped != nullptr) {
-    runtime->options.on_dropped(event);
+  if (on_dropped_ != nullptr) {
+    on_dropped_(event);
   }
   return false;
 }

@@ -54,8 +54,11 @@ class Call {
 // element that is gone. Any thread may use it.
 class PageState {
  public:
-  PageState(PP_Instance instance, Browser::EventCallback on_event)
-      : instance_(instance), on_event_(std::move(on_event)) {}
+  // on_dropped may be empty.
+  PageState(PP_Instance instance,
+            Browser::EventCallback on_event,
+            std::function<void(const Json& event)> on_dropped)
+      : instance_(instance), on_event_(std::move(on_event)), on_dropped_(std::move(on_dropped)) {}
 
   PP_Instance instance() const { return instance_; }
   bool IsOpen() const;
@@ -65,7 +68,7 @@ class PageState {
 
   // The handler registered before, if any.
   std::shared_ptr<Registration> SetHandler(std::shared_ptr<Registration> registration);
-  std::shared_ptr<Registration> Handler() const;
+  bool HasHandler() const;  // that gets messages
 
   // Puts a message into the queue of the handler, in order among all senders.
   // call is null for a message without an answer.
@@ -89,6 +92,7 @@ class PageState {
 
   const PP_Instance instance_;
   const Browser::EventCallback on_event_;
+  const std::function<void(const Json& event)> on_dropped_;
   std::atomic<int64_t> dropped_events_{0};
 
   mutable std::mutex mutex_;

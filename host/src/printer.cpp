@@ -3,9 +3,12 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include "printable.h"
 
 namespace lumivex::host {
 
@@ -17,10 +20,14 @@ std::string Seconds(Printer::Duration duration) {
   return text;
 }
 
+std::int64_t Milliseconds(Printer::Duration duration) {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(duration).count();
+}
+
 }  // namespace
 
 std::string ToLine(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return Printable(json.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
 Printer::Style Printer::StyleFor(int descriptor) {
@@ -34,18 +41,26 @@ Printer::Style Printer::StyleFor(int descriptor) {
   return plain ? Style::kPlain : Style::kColour;
 }
 
+bool Printer::Note(const std::string& line) {
+  return style_ == Style::kJson || Write(Mark("|", "90") + Printable(line));
+}
+
 bool Printer::Sent(const Json& message) {
   return style_ == Style::kJson || Write(Mark(">", "36") + ToLine(message));
 }
 
-bool Printer::Reply(const Json& reply, Duration took) {
-  return style_ == Style::kJson ? Write(ToLine({{"reply", reply}}))
-                                : Write(Mark("<", "32") + ToLine(reply) + "  " + Seconds(took));
+bool Printer::Reply(const Exchange& exchange) {
+  return style_ == Style::kJson
+             ? Write(ToLine({{"request", exchange.request},
+                             {"line", exchange.line},
+                             {"reply", exchange.reply},
+                             {"ms", Milliseconds(exchange.since_start)}}))
+             : Write(Mark("<", "32") + ToLine(exchange.reply) + "  " + Seconds(exchange.took));
 }
 
 bool Printer::Event(const Json& event, Duration since_start) {
   return style_ == Style::kJson
-             ? Write(ToLine({{"event", event}}))
+             ? Write(ToLine({{"event", event}, {"ms", Milliseconds(since_start)}}))
              : Write(Mark("*", "33") + ToLine(event) + "  at " + Seconds(since_start));
 }
 

@@ -47,20 +47,20 @@ void Runtime::ExpectMainThread(const char* function) {
 }
 
 std::shared_ptr<PageState> Runtime::AddPage(Browser::EventCallback on_event) {
-  const std::lock_guard<std::mutex> lock(pages_mutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   const auto instance = static_cast<PP_Instance>(pages_.size() + 1);
-  pages_.push_back(std::make_shared<PageState>(instance, std::move(on_event)));
+  pages_.push_back(std::make_shared<PageState>(instance, std::move(on_event), options.on_dropped));
   return pages_.back();
 }
 
 PageState* Runtime::FindPage(PP_Instance instance) const {
-  const std::lock_guard<std::mutex> lock(pages_mutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   const std::size_t place = static_cast<std::size_t>(instance) - 1;
   return instance < 1 || place >= pages_.size() ? nullptr : pages_[place].get();
 }
 
 std::vector<std::shared_ptr<PageState>> Runtime::Pages() const {
-  const std::lock_guard<std::mutex> lock(pages_mutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   return pages_;
 }
 
@@ -76,12 +76,43 @@ const void* Runtime::GetInterface(const char* name) {
     defects.Record("get_browser_interface: the name is null");
     return nullptr;
   }
-  const std::lock_guard<std::mutex> lock(mutex);
-  ++interface_requests[name];
   const std::string wanted = name;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  ++interface_requests_[wanted];
   const bool offered =
       options.offer_extension_system || wanted != PPB_EXTENSIONSYSTEM_QUORVEL_INTERFACE_0_1;
-  return offered && withheld.count(wanted) == 0 ? FindTable(wanted) : nullptr;
+  return offered && withheld_.count(wanted) == 0 ? FindTable(wanted) : nullptr;
+}
+
+int Runtime::InterfaceRequests(const std::string& name) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  const auto found = interface_requests_.find(name);
+  return found == interface_requests_.end() ? 0 : found->second;
+}
+
+void Runtime::Withhold(const std::string& name) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  withheld_.insert(name);
+}
+
+void Runtime::ForceRegisterResult(std::optional<int32_t> result) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  register_result_ = result;
+}
+
+std::optional<int32_t> Runtime::ForcedRegisterResult() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return register_result_;
+}
+
+void Runtime::AddSyncCall(SyncCall call) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  sync_calls_.push_back(std::move(call));
+}
+
+std::vector<SyncCall> Runtime::SyncCalls() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return sync_calls_;
 }
 
 }  // namespace lumivex::host

@@ -43,6 +43,12 @@ class Runtime {
   void ClosePage(PageState* page);
 
   const void* GetInterface(const char* name);
+  int InterfaceRequests(const std::string& name) const;
+  void Withhold(const std::string& name);
+  void ForceRegisterResult(std::optional<int32_t> result);
+  std::optional<int32_t> ForcedRegisterResult() const;
+  void AddSyncCall(SyncCall call);
+  std::vector<SyncCall> SyncCalls() const;
 
   const Browser::Options options;
   const std::shared_ptr<ExtensionSystem> extension_system;
@@ -54,19 +60,16 @@ class Runtime {
   const PPP_Instance* plugin_instance = nullptr;
   std::atomic<const PPP_Messaging*> plugin_messaging{nullptr};
 
-  mutable std::mutex mutex;
-  // Guarded by mutex.
-  std::set<std::string> withheld;
-  std::map<std::string, int> interface_requests;
-  std::optional<int32_t> register_result;
-  std::vector<SyncCall> sync_calls;
-
  private:
   inline static std::atomic<Runtime*> current_{nullptr};
 
-  mutable std::mutex pages_mutex_;
-  std::vector<std::shared_ptr<PageState>>
-      pages_;  // guarded by pages_mutex_; instance - 1 is the place
+  mutable std::mutex mutex_;
+  // Guarded by mutex_.
+  std::vector<std::shared_ptr<PageState>> pages_;  // instance - 1 is the place
+  std::set<std::string> withheld_;
+  std::map<std::string, int> interface_requests_;
+  std::optional<int32_t> register_result_;
+  std::vector<SyncCall> sync_calls_;
 };
 
 // The browser's table of that name, or null. Defined with the tables.

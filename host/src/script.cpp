@@ -3,15 +3,19 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <utility>
 #include <vector>
 
+#include "host/commands.h"
 #include "host/vars.h"
+#include "utf8.h"
 
 namespace lumivex::host {
 
 namespace {
 
 constexpr std::chrono::milliseconds kDefaultTimeout{10000};
+constexpr std::string_view kBlanks = " \t\r";
 constexpr double kLongestWait = 24.0 * 60 * 60 * 1000;
 
 // Where the members of a JSON object begin in its text.
@@ -105,6 +109,7 @@ std::string ReasonOf(const std::string& what) {
 
 class LineReader {
  public:
+  // Not of a blank line.
   explicit LineReader(std::string_view line) : line_(line) {}
 
   ScriptLine Read() const {
@@ -114,6 +119,10 @@ class LineReader {
     // The parser takes it for the end and would ignore what follows.
     if (const std::size_t nul = line_.find('\0'); nul != std::string_view::npos) {
       return Error(nul, "this is not JSON: a NUL byte");
+    }
+    const std::size_t start = line_.find_first_not_of(kBlanks);
+    if (line_[start] >= 'A' && line_[start] <= 'Z') {
+      return ReadShortForm(start);
     }
     Json value;
     try {
@@ -143,38 +152,107 @@ class LineReader {
     return {ColumnOf(line_, offset), std::move(reason)};
   }
 
-  ScriptLine ReadDirective(const std::string& name, const Json& value) const {
+  // COMMAND NAME=VALUE...; a value that is no JSON is a text.
+  ScriptLine ReadShortForm(std::size_t at) const {
+    std::size_t end = std::min(line_.find_first_of(kBlanks, at), line_.size());
+    const std::string name(line_.substr(at, end - at));
+    const Command* const command = FindCommand(name);
+    if (command == nullptr) {
+      return Error(at, "\"" + name + "\" is no command");
+    }
+    Json message = {{"moduleName", command->module}, {"command", command->name}};
+    for (;;) {
+      const std::size_t start = line_.find_first_not_of(kBlanks, end);
+      if (start == std::string_view::npos) {
+        return SendAction{std::move(message)};
+      }
+      end = EndOfArgument(start);
+      const std::string_view argument = line_.substr(start, end - start);
+      const std::size_t sign = std::min(argument.find('='), argument.size());
+      const std::string key(argument.substr(0, sign));
+      if (std::find(command->arguments.begin(), command->arguments.end(), key) ==
+          command->arguments.end()) {
+        return Error(start, "\"" + key + "\" is no argument of " + DescriptionOf(*command));
+      }
+      if (sign == argument.size()) {
+        return Error(start, "\"" + key + "\" has no value");
+      }
+      const std::string value(argument.substr(sign + 1));
+      Json json = Json::parse(value, nullptr, false);
+      if (json.is_discarded() && (!IsUtf8(value) || value.rfind('"', 0) == 0)) {
+        return Error(start + sign + 1, "this is neither JSON nor text in UTF-8");
+      }
+      message[key] = json.is_discarded() ? Json(value) : std::move(json);
+    }
+  }
+
+  // Of a word in which blanks stand between quotation marks only.
+  std::size_t EndOfArgument(std::size_t start) const {
+    bool quoted = false;
+    for (std::size_t i = start; i < line_.size(); ++i) {
+      if (line_[i] == '"') {
+        quoted = !quoted;
+      } else if (quoted && line_[i] == '\\') {
+        ++i;
+      } else if (!quoted && kBlanks.find(line_[i]) != std::string_view::npos) {
+        return i;
+      }
+    }
+    return line_.size();
+  }
+
+  static std::string DescriptionOf(const Command& command) {
+    std::string text(command.name);
+    const char* separator = "; there are ";
+    for (const std::string_view argument : command.arguments) {
+      text += std::exchange(separator, ", ");
+      text += argument;
+    }
+    return command.arguments.empty() ? text + ", which has none" : text;
+  }
+
+  ScriptLine ReadDirective(std::string name, const Json& value) const {
     const std::vector<Member> members = MembersOf(line_);
+    if (name == "$expect" && value.contains("$waitFor")) {
+      name = "$waitFor";
+    }
     const bool is_wait_for = name == "$waitFor";
-    if (!is_wait_for && name != "$post" && name != "$wait") {
-      return Error(Find(members, name).key_at,
-                   "\"" + name + "\" is no directive; there are $post, $wait and $waitFor");
+    if (!is_wait_for && name != "$expect" && name != "$post" && name != "$wait") {
+      return Error(
+          Find(members, name).key_at,
+          "\"" + name + "\" is no directive; there are $expect, $post, $wait and $waitFor");
     }
     for (const Member& member : members) {
-      if (member.key != name && !(is_wait_for && member.key == "timeout")) {
+      if (member.key != name &&
+          !(is_wait_for && (member.key == "timeout" || member.key == "$expect"))) {
         return Error(member.key_at, "\"" + member.key + "\" does not go with " + name);
+      }
+    }
+    for (const char* key : {"$waitFor", "$expect"}) {
+      if (value.contains(key) && !value.at(key).is_object()) {
+        return Error(Find(members, key).value_at, std::string(key) + " wants an object, part of " +
+                                                      (is_wait_for ? "an event" : "a reply"));
       }
     }
     const Json& argument = value.at(name);
     if (name == "$post") {
       return PostAction{argument};
     }
+    if (name == "$expect") {
+      return ExpectAction{argument};
+    }
+    std::optional<std::chrono::milliseconds> time = kDefaultTimeout;
+    const char* const time_key = is_wait_for ? "timeout" : "$wait";
+    if (value.contains(time_key) && !(time = ToTime(value.at(time_key)))) {
+      return Error(Find(members, time_key).value_at,
+                   "a time in milliseconds is wanted, at most a day");
+    }
     if (!is_wait_for) {
-      if (const std::optional<std::chrono::milliseconds> time = ToTime(argument)) {
-        return WaitAction{*time};
-      }
-      return Error(Find(members, name).value_at, kTimeWanted);
+      return WaitAction{*time};
     }
-    if (!argument.is_object()) {
-      return Error(Find(members, name).value_at, "$waitFor wants an object, part of an event");
-    }
-    if (!value.contains("timeout")) {
-      return WaitForAction{argument, kDefaultTimeout};
-    }
-    if (const std::optional<std::chrono::milliseconds> time = ToTime(value.at("timeout"))) {
-      return WaitForAction{argument, *time};
-    }
-    return Error(Find(members, "timeout").value_at, kTimeWanted);
+    return WaitForAction{
+        argument, *time,
+        value.contains("$expect") ? std::optional(value.at("$expect")) : std::nullopt};
   }
 
   // The last one counts when a key is there twice.
@@ -191,8 +269,6 @@ class LineReader {
     return std::chrono::milliseconds(static_cast<int64_t>(std::ceil(value.get<double>())));
   }
 
-  static constexpr const char* kTimeWanted = "a time in milliseconds is wanted, at most a day";
-
   const std::string_view line_;
 };
 
@@ -204,7 +280,7 @@ ScriptLine ReadScriptLine(std::string_view line) {
   if (line.substr(0, mark.size()) == mark) {
     line.remove_prefix(mark.size());
   }
-  const std::size_t start = line.find_first_not_of(" \t\r");
+  const std::size_t start = line.find_first_not_of(kBlanks);
   if (start == std::string_view::npos || line[start] == '#' || line.substr(start, 2) == "//") {
     return NoAction{};
   }

@@ -13,32 +13,18 @@
 #include <utility>
 #include <variant>
 
+#include "printable.h"
+
 namespace lumivex::host {
 
-namespace {
-
-// A command that takes longer than this is taken for one that hangs.
-constexpr std::chrono::seconds kPatience{60};
-
-const char* Explain(Page::Outcome outcome) {
-  switch (outcome) {
-    case Page::Outcome::kNoHandler:
-      return "the plug-in has no message handler registered";
-    case Page::Outcome::kTimedOut:
-      return "the plug-in did not answer within 60 s";
-    case Page::Outcome::kNotPassable:
-      return "the message or its answer cannot be passed";
-    default:
-      return "the page is gone";
-  }
-}
-
-}  // namespace
-
-Session::Session(Input* input, std::string input_name, Printer* printer)
+Session::Session(Input* input,
+                 std::string input_name,
+                 Printer* printer,
+                 std::chrono::milliseconds timeout)
     : input_(input),
       input_name_(std::move(input_name)),
       printer_(printer),
+      timeout_(timeout),
       wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 Session::~Session() {
@@ -60,9 +46,12 @@ void Session::Interrupt(int status) {
 
 int Session::Run(Page* page) {
   page_ = page;
-  const int status = RunScript();
-  if (interrupted_ == kDone) {
-    page->Settle(kPatience);
+  int status = RunScript();
+  input_->Hide();
+  if (interrupted_ == kDone && !timed_out_ && !page->Settle(timeout_)) {
+    std::fprintf(stderr, "lumivex-host: the plug-in did not handle what was posted within %lld s\n",
+                 static_cast<long long>(timeout_.count() / 1000));
+    status = status == kDone ? kFailed : status;
   }
   PrintEvents();
   return Stopped() != kDone ? Stopped() : status;
@@ -81,7 +70,7 @@ int Session::RunScript() {
       if (result != kDone) {
         status = result;
         // A slip of the hand should not cost a person at the keyboard the session.
-        if (result != kBadScript || isatty(input_->descriptor()) == 0) {
+        if (result == kFailed || isatty(input_->descriptor()) == 0) {
           return status;
         }
       }
@@ -90,6 +79,7 @@ int Session::RunScript() {
     if (input_->AtEnd()) {
       return status;
     }
+    input_->Show();
     Sleep(true, Clock::time_point::max());
   }
 }
@@ -99,7 +89,8 @@ int Session::Stopped() const {
 }
 
 int Session::Fail(int status, const std::string& reason) const {
-  std::fprintf(stderr, "%s:%zu: %s\n", input_name_.c_str(), line_number_, reason.c_str());
+  std::fprintf(stderr, "%s:%zu: %s\n", input_name_.c_str(), line_number_,
+               Printable(reason).c_str());
   return status;
 }
 
@@ -121,11 +112,17 @@ void Session::PrintEvents() {
     const std::lock_guard<std::mutex> lock(mutex_);
     arrived.swap(arrived_);
   }
+  if (!arrived.empty()) {
+    input_->Hide();
+  }
   for (Arrival& arrival : arrived) {
     if (output_status_ == kDone) {
       CheckOutput(printer_->Event(arrival.event, arrival.time - start_));
     }
     unmatched_.push_back(std::move(arrival.event));
+    if (unmatched_.size() > kMaxUnmatched) {
+      unmatched_.pop_front();
+    }
   }
 }
 
@@ -151,26 +148,52 @@ void Session::Sleep(bool for_input, Clock::time_point until) {
 }
 
 int Session::Execute(const std::string& line) {
-  return std::visit([this](const auto& action) { return Execute(action); }, ReadScriptLine(line));
+  const ScriptLine action = ReadScriptLine(line);
+  const bool is_sent =
+      std::holds_alternative<SendAction>(action) || std::holds_alternative<PostAction>(action);
+  const bool is_typed = isatty(input_->descriptor()) != 0;
+  if (!is_sent && !is_typed && !std::holds_alternative<ScriptError>(action)) {
+    if (const std::size_t end = line.find_last_not_of(" \t\r"); end != std::string::npos) {
+      CheckOutput(printer_->Note(line.substr(0, end + 1)));
+    }
+  }
+  return std::visit([this](const auto& known) { return Execute(known); }, action);
 }
 
 int Session::Execute(const ScriptError& error) {
   std::fprintf(stderr, "%s:%zu:%zu: %s\n", input_name_.c_str(), line_number_, error.column,
-               error.reason.c_str());
+               Printable(error.reason).c_str());
   return kBadScript;
 }
 
 int Session::Execute(const SendAction& action) {
   CheckOutput(printer_->Sent(action.message));
   const Clock::time_point sent = Clock::now();
-  const Page::Answer answer = page_->SendBlocking(action.message, kPatience);
+  Page::Answer answer = page_->SendBlocking(action.message, timeout_);
   if (answer.outcome == Page::Outcome::kAnswered) {
-    CheckOutput(printer_->Reply(answer.value, Clock::now() - sent));
+    const Clock::time_point now = Clock::now();
+    CheckOutput(
+        printer_->Reply({action.message, line_number_, answer.value, now - sent, now - start_}));
+    last_reply_ = std::move(answer.value);
     return kDone;
   }
+  timed_out_ = answer.outcome == Page::Outcome::kTimedOut;
   return Stopped() != kDone
              ? Stopped()
-             : Fail(kFailed, std::string("the message has no answer: ") + Explain(answer.outcome));
+             : Fail(kFailed, "the message has no answer: " + Explain(answer.outcome));
+}
+
+std::string Session::Explain(Page::Outcome outcome) const {
+  switch (outcome) {
+    case Page::Outcome::kNoHandler:
+      return "the plug-in has no message handler registered";
+    case Page::Outcome::kTimedOut:
+      return "the plug-in did not answer within " + std::to_string(timeout_.count() / 1000) + " s";
+    case Page::Outcome::kNotPassable:
+      return "the message or its answer cannot be passed";
+    default:
+      return "the page is gone";
+  }
 }
 
 int Session::Execute(const PostAction& action) {
@@ -194,7 +217,10 @@ int Session::Execute(const WaitForAction& action) {
   const Clock::time_point end = Clock::now() + action.timeout;
   for (;;) {
     PrintEvents();
-    if (TakeMatch(action.event) || Stopped() != kDone) {
+    if (const std::optional<Json> event = TakeMatch(action.event)) {
+      return action.expected ? Compare(*action.expected, *event) : kDone;
+    }
+    if (Stopped() != kDone) {
       return kDone;
     }
     if (Clock::now() >= end) {
@@ -205,14 +231,26 @@ int Session::Execute(const WaitForAction& action) {
   }
 }
 
-bool Session::TakeMatch(const Json& wanted) {
+int Session::Execute(const ExpectAction& action) {
+  return last_reply_ ? Compare(action.reply, *last_reply_)
+                     : Fail(kBadScript, "there is no reply yet that $expect could look at");
+}
+
+int Session::Compare(const Json& expected, const Json& seen) const {
+  return Matches(expected, seen)
+             ? kDone
+             : Fail(kUnexpected, "expected " + ToLine(expected) + ", got " + ToLine(seen));
+}
+
+std::optional<Json> Session::TakeMatch(const Json& wanted) {
   const auto found = std::find_if(unmatched_.begin(), unmatched_.end(),
                                   [&wanted](const Json& event) { return Matches(wanted, event); });
   if (found == unmatched_.end()) {
-    return false;
+    return std::nullopt;
   }
+  Json event = std::move(*found);
   unmatched_.erase(unmatched_.begin(), found + 1);
-  return true;
+  return event;
 }
 
 }  // namespace lumivex::host

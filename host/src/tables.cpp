@@ -20,9 +20,12 @@ namespace lumivex::host {
 
 namespace {
 
-// A thread that outlives the browser gets neutral answers.
-Runtime* Host() {
-  return Runtime::Current();
+// A thread that outlives the browser finds another, in which nothing lives. That one is never
+// deleted.
+Runtime& Host() {
+  static Runtime& none = *new Runtime({});
+  Runtime* const current = Runtime::Current();
+  return current == nullptr ? none : *current;
 }
 
 PP_Bool ToBool(bool value) {
@@ -36,15 +39,11 @@ std::function<void()> ToTask(PP_CompletionCallback callback, int32_t result) {
 // ---- PPB_Core
 
 void AddRefResource(PP_Resource resource) {
-  if (Host() != nullptr) {
-    Host()->loops.AddRef(resource);
-  }
+  Host().loops.AddRef(resource);
 }
 
 void ReleaseResource(PP_Resource resource) {
-  if (Host() != nullptr) {
-    Host()->loops.Release(resource);
-  }
+  Host().loops.Release(resource);
 }
 
 double GetTime() {
@@ -56,18 +55,15 @@ double GetTimeTicks() {
 }
 
 void CallOnMainThread(int32_t delay_ms, PP_CompletionCallback callback, int32_t result) {
-  if (Host() == nullptr) {
-    return;
-  }
   if (callback.func == nullptr) {
-    Host()->defects.Record("CallOnMainThread: the callback has no function");
+    Host().defects.Record("CallOnMainThread: the callback has no function");
     return;
   }
-  Host()->loops.main_loop()->Post(ToTask(callback, result), std::chrono::milliseconds(delay_ms));
+  Host().loops.main_loop()->Post(ToTask(callback, result), std::chrono::milliseconds(delay_ms));
 }
 
 PP_Bool IsMainThread() {
-  return ToBool(Host() != nullptr && Host()->loops.OnMainThread());
+  return ToBool(Host().loops.OnMainThread());
 }
 
 constexpr PPB_Core kCore = {&AddRefResource, &ReleaseResource,  &GetTime,
@@ -76,37 +72,24 @@ constexpr PPB_Core kCore = {&AddRefResource, &ReleaseResource,  &GetTime,
 // ---- PPB_Var
 
 void VarAddRef(PP_Var var) {
-  if (Host() != nullptr) {
-    Host()->vars.AddRef(var);
-  }
+  Host().vars.AddRef(var);
 }
 
 void VarRelease(PP_Var var) {
-  if (Host() != nullptr) {
-    Host()->vars.Release(var);
-  }
+  Host().vars.Release(var);
 }
 
 PP_Var VarFromUtf8(const char* data, uint32_t length) {
-  if (Host() == nullptr) {
-    return NullVar();
-  }
   if (data == nullptr && length > 0) {
-    Host()->defects.Record("VarFromUtf8: the text is null, the length is not 0");
+    Host().defects.Record("VarFromUtf8: the text is null, the length is not 0");
     return NullVar();
   }
-  return Host()->vars.FromUtf8(data == nullptr ? std::string_view()
-                                               : std::string_view(data, length));
+  return Host().vars.FromUtf8(data == nullptr ? std::string_view()
+                                              : std::string_view(data, length));
 }
 
 const char* VarToUtf8(PP_Var var, uint32_t* length) {
-  if (Host() == nullptr) {
-    if (length != nullptr) {
-      *length = 0;
-    }
-    return nullptr;
-  }
-  return Host()->vars.ToUtf8(var, length);
+  return Host().vars.ToUtf8(var, length);
 }
 
 constexpr PPB_Var kVar = {&VarAddRef, &VarRelease, &VarFromUtf8, &VarToUtf8};
@@ -114,29 +97,27 @@ constexpr PPB_Var kVar = {&VarAddRef, &VarRelease, &VarFromUtf8, &VarToUtf8};
 // ---- PPB_VarDictionary
 
 PP_Var DictionaryCreate() {
-  return Host() == nullptr ? NullVar() : Host()->vars.CreateDictionary();
+  return Host().vars.CreateDictionary();
 }
 
 PP_Var DictionaryGet(PP_Var dictionary, PP_Var key) {
-  return Host() == nullptr ? UndefinedVar() : Host()->vars.DictionaryGet(dictionary, key);
+  return Host().vars.DictionaryGet(dictionary, key);
 }
 
 PP_Bool DictionarySet(PP_Var dictionary, PP_Var key, PP_Var value) {
-  return ToBool(Host() != nullptr && Host()->vars.DictionarySet(dictionary, key, value));
+  return ToBool(Host().vars.DictionarySet(dictionary, key, value));
 }
 
 void DictionaryDelete(PP_Var dictionary, PP_Var key) {
-  if (Host() != nullptr) {
-    Host()->vars.DictionaryDelete(dictionary, key);
-  }
+  Host().vars.DictionaryDelete(dictionary, key);
 }
 
 PP_Bool DictionaryHasKey(PP_Var dictionary, PP_Var key) {
-  return ToBool(Host() != nullptr && Host()->vars.DictionaryHasKey(dictionary, key));
+  return ToBool(Host().vars.DictionaryHasKey(dictionary, key));
 }
 
 PP_Var DictionaryGetKeys(PP_Var dictionary) {
-  return Host() == nullptr ? NullVar() : Host()->vars.DictionaryKeys(dictionary);
+  return Host().vars.DictionaryKeys(dictionary);
 }
 
 constexpr PPB_VarDictionary kVarDictionary = {&DictionaryCreate, &DictionaryGet,
@@ -146,23 +127,23 @@ constexpr PPB_VarDictionary kVarDictionary = {&DictionaryCreate, &DictionaryGet,
 // ---- PPB_VarArray
 
 PP_Var ArrayCreate() {
-  return Host() == nullptr ? NullVar() : Host()->vars.CreateArray();
+  return Host().vars.CreateArray();
 }
 
 PP_Var ArrayGet(PP_Var array, uint32_t index) {
-  return Host() == nullptr ? UndefinedVar() : Host()->vars.ArrayGet(array, index);
+  return Host().vars.ArrayGet(array, index);
 }
 
 PP_Bool ArraySet(PP_Var array, uint32_t index, PP_Var value) {
-  return ToBool(Host() != nullptr && Host()->vars.ArraySet(array, index, value));
+  return ToBool(Host().vars.ArraySet(array, index, value));
 }
 
 uint32_t ArrayGetLength(PP_Var array) {
-  return Host() == nullptr ? 0 : Host()->vars.ArrayLength(array);
+  return Host().vars.ArrayLength(array);
 }
 
 PP_Bool ArraySetLength(PP_Var array, uint32_t length) {
-  return ToBool(Host() != nullptr && Host()->vars.ArraySetLength(array, length));
+  return ToBool(Host().vars.ArraySetLength(array, length));
 }
 
 constexpr PPB_VarArray kVarArray = {&ArrayCreate, &ArrayGet, &ArraySet, &ArrayGetLength,
@@ -171,27 +152,27 @@ constexpr PPB_VarArray kVarArray = {&ArrayCreate, &ArrayGet, &ArraySet, &ArrayGe
 // ---- PPB_MessageLoop
 
 PP_Resource LoopCreate(PP_Instance instance) {
-  return Host() == nullptr || Host()->FindPage(instance) == nullptr ? 0 : Host()->loops.Create();
+  return Host().FindPage(instance) == nullptr ? 0 : Host().loops.Create();
 }
 
 PP_Resource LoopGetForMainThread() {
-  return Host() == nullptr ? 0 : Host()->loops.MainResource();
+  return Host().loops.MainResource();
 }
 
 PP_Resource LoopGetCurrent() {
-  return Host() == nullptr ? 0 : Host()->loops.Current();
+  return Host().loops.Current();
 }
 
 int32_t LoopAttachToCurrentThread(PP_Resource loop) {
-  return Host() == nullptr ? PP_ERROR_BADRESOURCE : Host()->loops.Attach(loop);
+  return Host().loops.Attach(loop);
 }
 
 int32_t LoopRun(PP_Resource loop) {
-  return Host() == nullptr ? PP_ERROR_BADRESOURCE : Host()->loops.Run(loop);
+  return Host().loops.Run(loop);
 }
 
 int32_t LoopPostWork(PP_Resource resource, PP_CompletionCallback callback, int64_t delay_ms) {
-  const std::shared_ptr<Loop> loop = Host() == nullptr ? nullptr : Host()->loops.Find(resource);
+  const std::shared_ptr<Loop> loop = Host().loops.Find(resource);
   if (loop == nullptr) {
     return PP_ERROR_BADRESOURCE;
   }
@@ -203,11 +184,11 @@ int32_t LoopPostWork(PP_Resource resource, PP_CompletionCallback callback, int64
 }
 
 int32_t LoopPostQuit(PP_Resource resource, PP_Bool should_destroy) {
-  const std::shared_ptr<Loop> loop = Host() == nullptr ? nullptr : Host()->loops.Find(resource);
+  const std::shared_ptr<Loop> loop = Host().loops.Find(resource);
   if (loop == nullptr) {
     return PP_ERROR_BADRESOURCE;
   }
-  if (loop == Host()->loops.main_loop()) {  // the browser's own to end
+  if (loop == Host().loops.main_loop()) {  // the browser's own to end
     return PP_ERROR_WRONG_THREAD;
   }
   return loop->PostQuit(should_destroy == PP_TRUE) ? PP_OK : PP_ERROR_FAILED;
@@ -221,10 +202,10 @@ constexpr PPB_MessageLoop kMessageLoop = {
 
 // Where the plug-in said which page; records a defect when there never was such a page.
 PageState* PageOf(const char* function, PP_Instance instance) {
-  PageState* const page = Host() == nullptr ? nullptr : Host()->FindPage(instance);
-  if (page == nullptr && Host() != nullptr) {
-    Host()->defects.Record(std::string(function) + ": there is no instance " +
-                           std::to_string(instance));
+  PageState* const page = Host().FindPage(instance);
+  if (page == nullptr) {
+    Host().defects.Record(std::string(function) + ": there is no instance " +
+                          std::to_string(instance));
   }
   return page;
 }
@@ -234,7 +215,7 @@ void PostMessage(PP_Instance instance, PP_Var message) {
   if (page == nullptr) {
     return;
   }
-  if (std::optional<Json> event = Host()->vars.ToJson(message)) {
+  if (std::optional<Json> event = Host().vars.ToJson(message)) {
     page->AddEvent(std::move(*event));
   }
 }
@@ -258,26 +239,20 @@ int32_t RegisterMessageHandler(PP_Instance instance,
   if (page == nullptr) {
     return PP_ERROR_BADARGUMENT;
   }
-  Host()->ExpectMainThread("RegisterMessageHandler");
-  {
-    const std::lock_guard<std::mutex> lock(Host()->mutex);
-    if (Host()->register_result) {
-      return *Host()->register_result;
-    }
+  Host().ExpectMainThread("RegisterMessageHandler");
+  if (const std::optional<int32_t> result = Host().ForcedRegisterResult()) {
+    return *result;
   }
   if (handler == nullptr || handler->HandleMessage == nullptr ||
       handler->HandleBlockingMessage == nullptr || handler->Destroy == nullptr) {
     return PP_ERROR_BADARGUMENT;
   }
-  const std::shared_ptr<Loop> loop = Host()->loops.Find(resource);
+  const std::shared_ptr<Loop> loop = Host().loops.Find(resource);
   if (loop == nullptr) {
     return PP_ERROR_BADRESOURCE;
   }
-  if (loop == Host()->loops.main_loop()) {
+  if (loop == Host().loops.main_loop()) {
     return PP_ERROR_WRONG_THREAD;
-  }
-  if (loop->IsDestroyed()) {
-    return PP_ERROR_FAILED;
   }
   auto registration = std::make_shared<Registration>();
   registration->handler = handler;
@@ -292,7 +267,7 @@ void UnregisterMessageHandler(PP_Instance instance) {
   if (page == nullptr) {
     return;
   }
-  Host()->ExpectMainThread("UnregisterMessageHandler");
+  Host().ExpectMainThread("UnregisterMessageHandler");
   Retire(instance, page->SetHandler(nullptr));
 }
 
@@ -304,13 +279,13 @@ constexpr PPB_Messaging kMessaging = {&PostMessage, &RegisterMessageHandler,
 PP_Var GetEmbedderName(PP_Instance instance) {
   return PageOf("GetEmbedderName", instance) == nullptr
              ? UndefinedVar()
-             : Host()->extension_system->GetEmbedderName(Host()->vars, instance);
+             : Host().extension_system->GetEmbedderName(Host().vars, instance);
 }
 
 PP_Var GetCurrentExtensionInfo(PP_Instance instance) {
   return PageOf("GetCurrentExtensionInfo", instance) == nullptr
              ? UndefinedVar()
-             : Host()->extension_system->GetCurrentExtensionInfo(Host()->vars, instance);
+             : Host().extension_system->GetCurrentExtensionInfo(Host().vars, instance);
 }
 
 int32_t GenericSyncCall(PP_Instance instance, PP_Var operation, PP_Var data, PP_Var* result) {
@@ -318,14 +293,14 @@ int32_t GenericSyncCall(PP_Instance instance, PP_Var operation, PP_Var data, PP_
     return PP_ERROR_BADARGUMENT;
   }
   if (operation.type != PP_VARTYPE_STRING || result == nullptr) {
-    Host()->defects.Record(result == nullptr ? "GenericSyncCall: there is no place for the result"
-                                             : "GenericSyncCall: the operation is no string");
+    Host().defects.Record(result == nullptr ? "GenericSyncCall: there is no place for the result"
+                                            : "GenericSyncCall: the operation is no string");
     return PP_ERROR_BADARGUMENT;
   }
-  VarTable& vars = Host()->vars;
+  VarTable& vars = Host().vars;
   PP_Var answer = UndefinedVar();
   const int32_t status =
-      Host()->extension_system->GenericSyncCall(vars, instance, operation, data, &answer);
+      Host().extension_system->GenericSyncCall(vars, instance, operation, data, &answer);
   if (status == PP_OK) {
     *result = answer;
   }
@@ -334,8 +309,7 @@ int32_t GenericSyncCall(PP_Instance instance, PP_Var operation, PP_Var data, PP_
   if (const char* const name = vars.ToUtf8(operation, &length)) {
     call.operation.assign(name, length);
   }
-  const std::lock_guard<std::mutex> lock(Host()->mutex);
-  Host()->sync_calls.push_back(std::move(call));
+  Host().AddSyncCall(std::move(call));
   return status;
 }
 

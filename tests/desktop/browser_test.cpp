@@ -5,6 +5,8 @@
 #include <signal.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -13,6 +15,7 @@
 
 #include "program.h"
 #include "screen.h"
+#include "slurp.h"
 #include "wait_until.h"
 
 namespace {
@@ -56,6 +59,21 @@ std::vector<Screen::Spot> PageIn(const Screen::Bounds& bounds) {
   return spots;
 }
 
+// As a part of an address.
+std::string Encoded(const std::string& text) {
+  std::string encoded;
+  for (const char c : text) {
+    char code[4];
+    std::snprintf(code, sizeof code, "%%%02X", static_cast<unsigned char>(c));
+    encoded += std::isalnum(static_cast<unsigned char>(c)) || c == '/' ? std::string(1, c) : code;
+  }
+  return encoded;
+}
+
+std::string FileUrl(const fs::path& path) {
+  return "file://" + Encoded(path.string());
+}
+
 class Browser : public testing::Test {
  protected:
   Browser() {
@@ -71,8 +89,8 @@ class Browser : public testing::Test {
   }
 
   std::string Address(const std::string& page, const std::string& query = "") const {
-    return "file://" + (folder_ / page).string() + "?steps=file://" + (folder_ / "steps").string() +
-           "&media=file://" LUMIVEX_TEST_MEDIA + query;
+    return FileUrl(folder_ / page) + "?steps=" + Encoded(FileUrl(folder_ / "steps")) +
+           "&media=" + Encoded(FileUrl(LUMIVEX_TEST_MEDIA)) + query;
   }
 
   // Lets a page go on that has said "step NAME".
@@ -96,11 +114,6 @@ class Browser : public testing::Test {
   Screen screen_;
 };
 
-TEST_F(Browser, AnswersEveryShapeOfRequest) {
-  Program program({Address("answers.html")});
-  ExpectAllOk(&program);
-}
-
 TEST_F(Browser, RefusesDeniedPrivileges) {
   Program both({"--deny", "player", "--deny=rf-manager",
                 Address("denied.html", "&denied=player,rf-manager")});
@@ -114,9 +127,12 @@ TEST_F(Browser, ClientSendsWhatItsFunctionsSay) {
   ExpectAllOk(&program);
 }
 
-TEST_F(Browser, PlaysAClipAndTunes) {
-  Program program({Address("playback.html")});
+TEST_F(Browser, PlaysAClipAndTunesAndTheHostDoesTheSame) {
+  const std::string record = folder_ / "record";
+  Program program({"--record", record, Address("playback.html")});
   ExpectAllOk(&program);
+  EXPECT_EQ(std::system(("'" LUMIVEX_HOST "' '" + record + "' >/dev/null").c_str()), 0)
+      << Slurp(record);
 }
 
 TEST_F(Browser, ShowsThePictureWhereThePageWantsIt) {
@@ -169,7 +185,8 @@ TEST_F(Browser, ShowsNoPictureWithoutAWindow) {
 TEST_F(Browser, KeepsTwoElementsApart) {
   constexpr Screen::Bounds kOne = {100, 200, 700, 420};
   constexpr Screen::Bounds kOther = {1000, 200, 700, 420};
-  Program program({Address("two.html")});
+  const std::string record = folder_ / "record";
+  Program program({"--record", record, Address("two.html")});
 
   program.WaitForLine("step both");
   ExpectShown(Bars(kOne));
@@ -197,6 +214,12 @@ TEST_F(Browser, KeepsTwoElementsApart) {
   })) << testing::PrintToString(Program::Threads(process));
   Continue("none");
   ExpectAllOk(&program);
+  // The script has the first one's messages alone.
+  const std::string script = Slurp(record);
+  EXPECT_NE(script.find("\n{\"command\":\"Pause\""), std::string::npos) << script;
+  EXPECT_NE(script.find("\n# another element: {\"command\":\"GetPlaybackSpeed\""),
+            std::string::npos)
+      << script;
 }
 
 TEST_F(Browser, LeavesNothingBehindAfterTwentyReloads) {
@@ -225,18 +248,34 @@ TEST_F(Browser, EndsThePluginWithItsWindow) {
   // The plug-in was destroyed in order, not just cut off.
   EXPECT_NE(errors.find("Lumivex Pepper destructor end ."), std::string::npos);
   EXPECT_NE(errors.find("plug-in process: instances 0"), std::string::npos);
+  // What could command the terminal comes as an escape, in the log and on the page's console.
+  EXPECT_NE(errors.find("filePath: [\\u009b\\u202e]\n"), std::string::npos);
+  const std::string place = (folder_ / "close.html").string();
+  EXPECT_NE(errors.find(place + ":18: error: \\u009b\\u202e\n" + place + ":18: error: next line\n"),
+            std::string::npos);
+  EXPECT_NE(errors.find(place + ":19: warning: careful\n"), std::string::npos);
   EXPECT_EQ(errors.find("crashed"), std::string::npos);
   EXPECT_EQ(errors.find("killed"), std::string::npos);
 }
 
 TEST_F(Browser, TidiesUpAfterASignal) {
+  Program killed({Address("crash.html")});
+  killed.WaitForLine("step kill");
+  const std::string left = killed.SessionFolder();
   Program program({Address("crash.html")});
   program.WaitForLine("step kill");
   const std::string folder = program.SessionFolder();
   EXPECT_TRUE(fs::exists(folder)) << folder;
+  EXPECT_TRUE(fs::exists(left)) << left;  // its program lives
+  killed.Signal(SIGKILL);
+  EXPECT_EQ(killed.WaitForEnd(), -1);
   program.Signal(SIGTERM);
   EXPECT_EQ(program.WaitForEnd(), 128 + SIGTERM);
   EXPECT_FALSE(fs::exists(folder));
+  EXPECT_TRUE(fs::exists(left));
+  Program next({"--screenshot", (folder_ / "next.png").string(), "about:blank"});
+  EXPECT_EQ(next.WaitForEnd(), 0);
+  EXPECT_FALSE(fs::exists(left));
   EXPECT_EQ(program.errors().find("crashed"), std::string::npos);
   EXPECT_EQ(program.errors().find("killed"), std::string::npos);
   EXPECT_TRUE(program.NothingIsLeft());
@@ -246,9 +285,10 @@ TEST_F(Browser, ReportsACrashInWords) {
   const struct {
     int signal;
     const char* words;
-  } kCases[] = {{SIGSEGV, "crashed (signal 11, Segmentation fault). The last lines of its log:\n["},
-                {SIGABRT, "crashed (signal 6, Aborted). The last lines of its log:\n["},
-                {SIGKILL, "was killed. The last lines of its log:\n["}};
+  } kCases[] = {
+      {SIGSEGV, "crashed (signal 11, Segmentation fault). The last lines of the plug-in's log:\n["},
+      {SIGABRT, "crashed (signal 6, Aborted). The last lines of the plug-in's log:\n["},
+      {SIGKILL, "was killed. The last lines of the plug-in's log:\n["}};
   for (const auto& [signal, words] : kCases) {
     SCOPED_TRACE(words);
     Program program({Address("crash.html")});
@@ -268,9 +308,10 @@ TEST_F(Browser, ReportsACrashInWords) {
 }
 
 TEST_F(Browser, WorksTheExamplePage) {
+  const int windows = screen_.CountInnerWindows();
   Program program({Address("example.html")});
   program.WaitForLine("step boxed");
-  EXPECT_EQ(screen_.CountInnerWindows({48, 96, 1136, 640}), 1);
+  EXPECT_EQ(screen_.CountInnerWindows({190, 96, 852, 639}), 1);
   Continue("boxed");
   program.WaitForLine("step full");
   EXPECT_TRUE(WaitUntil(std::chrono::seconds(10), [&] {
@@ -279,7 +320,7 @@ TEST_F(Browser, WorksTheExamplePage) {
   }));
   Continue("full");
   program.WaitForLine("step stopped");
-  EXPECT_EQ(screen_.CountInnerWindows({48, 96, 1136, 640}), 0);
+  EXPECT_EQ(screen_.CountInnerWindows(), windows);
   Continue("stopped");
   ExpectAllOk(&program);
 }

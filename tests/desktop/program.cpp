@@ -140,19 +140,15 @@ std::string Program::WaitForLine(const std::string& beginning) {
   std::string rest;
   const bool came = WaitUntil(kLineLimit, [&] {
     const std::string text = output();
-    for (std::size_t start = found_; start < text.size();) {
-      const std::size_t end = text.find('\n', start);
-      if (end == std::string::npos) {
-        return false;
-      }
-      if (text.compare(start, beginning.size(), beginning) == 0) {
-        rest = text.substr(start + beginning.size(), end - start - beginning.size());
-        found_ = end + 1;
-        return true;
-      }
-      start = end + 1;
+    const std::string wanted = ": info: " + beginning;
+    const std::size_t start = text.find(wanted, found_);
+    const std::size_t end = text.find('\n', start);
+    if (end == std::string::npos) {
+      return false;
     }
-    return false;
+    rest = text.substr(start + wanted.size(), end - start - wanted.size());
+    found_ = end + 1;
+    return true;
   });
   EXPECT_TRUE(came) << "the page never said \"" << beginning << "\"";
   NoteProcesses();

@@ -18,7 +18,7 @@ class Program {
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
 
-  // Waits until the page's console has said a line that begins like this, after the one that the
+  // Waits until the page's console has said a message that begins like this, after the one that the
   // last call found; the rest of that line. Fails the test when it does not come.
   std::string WaitForLine(const std::string& beginning);
   // The exit status, or -1 when it does not end in time.

@@ -128,10 +128,11 @@ TEST_F(LoopsTest, ReleasedWhileItRunsItStillEnds) {
     tables_.loop.PostWork(loop, Note("ran"), 0);
     tables_.loop.PostWork(loop, Work([&] { tables_.core.ReleaseResource(loop); }), 0);
     tables_.loop.PostQuit(loop, destroys);
-    page_->Post("behind the quit");
-    EXPECT_EQ(browser_.LiveVars(), 1);
+    EXPECT_FALSE(page_->Post("before there is a thread"));
     OnOtherThread([&] {
       tables_.loop.AttachToCurrentThread(loop);
+      EXPECT_TRUE(page_->Post("behind the quit"));
+      EXPECT_EQ(browser_.LiveVars(), 1);
       EXPECT_EQ(tables_.loop.Run(loop), PP_OK);
       EXPECT_EQ(tables_.loop.GetCurrent(), 0);
     });

@@ -30,10 +30,13 @@ class Handler {
  public:
   explicit Handler(PP_Instance instance)
       : instance_(instance), loop_(tables_.loop.Create(instance)) {
-    thread_ = std::thread([this] {
+    std::promise<void> attached;
+    thread_ = std::thread([this, &attached] {
       tables_.loop.AttachToCurrentThread(loop_);
+      attached.set_value();
       tables_.loop.Run(loop_);
     });
+    attached.get_future().wait();
   }
   ~Handler() {
     tables_.loop.PostQuit(loop_, PP_TRUE);

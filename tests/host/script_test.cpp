@@ -24,8 +24,10 @@ std::string Describe(const ScriptLine& line) {
       return "wait " + std::to_string(a.time.count());
     }
     std::string operator()(const WaitForAction& a) const {
-      return "wait for " + a.event.dump() + " " + std::to_string(a.timeout.count());
+      return "wait for " + a.event.dump() + " " + std::to_string(a.timeout.count()) +
+             (a.expected ? " expect " + a.expected->dump() : "");
     }
+    std::string operator()(const ExpectAction& a) const { return "expect " + a.reply.dump(); }
     std::string operator()(const ScriptError& e) const {
       return std::to_string(e.column) + ": " + e.reason;
     }
@@ -43,19 +45,26 @@ TEST(ScriptTest, LinesSayWhatToDo) {
       {"  // a remark {", "nothing"},
       {"#!/usr/bin/lumivex-host", "nothing"},
       {"\xef\xbb\xbf# marked", "nothing"},
-      {R"({"b": 1, "a": [2.5, null]})", R"(send {"b":1,"a":[2.5,null]})"},
+      {R"({"b": 1, "a": [2.5, null]})", R"(send {"a":[2.5,null],"b":1})"},
       {"\xef\xbb\xbf{}\r", "send {}"},
       {R"("text, not // a remark")", R"(send "text, not // a remark")"},
       {"[{\"$wait\": 1}]", R"(send [{"$wait":1}])"},
       {R"({"a": {"$post": 1}})", R"(send {"a":{"$post":1}})"},
       {R"({"": 1, "x$": 2})", R"(send {"":1,"x$":2})"},
       {R"({"twice": 1, "twice": 2})", R"(send {"twice":2})"},
+      {"SeekTo msec=900", R"(send {"command":"SeekTo","moduleName":"lumivexplayer","msec":900})"},
+      {" SelectRFTrack  trackType=2\tindex= ",
+       R"(send {"command":"SelectRFTrack","index":"","moduleName":"lumivexrfmanager","trackType":2})"},
+      {R"(SetDRMProperty propertyData="a \"b" type={"c":[1]})",
+       R"(send {"command":"SetDRMProperty","moduleName":"lumivexplayer","propertyData":"a \"b","type":{"c":[1]}})"},
       {R"({"$post": null})", "post null"},
       {R"({"$post": {"$post": 1}})", R"(post {"$post":1})"},
       {R"({"$wait": 0})", "wait 0"},
       {R"({"$wait": 1.2})", "wait 2"},
       {R"({"$waitFor": {}})", "wait for {} 10000"},
       {R"({"timeout": 5, "$waitFor": {"event": "E"}})", R"(wait for {"event":"E"} 5)"},
+      {R"({"$expect": {"code": 0}})", R"(expect {"code":0})"},
+      {R"({"$expect": {"a": 1}, "$waitFor": {}})", R"(wait for {} 10000 expect {"a":1})"},
   };
   for (const auto& c : kCases) {
     EXPECT_EQ(Describe(ReadScriptLine(c.line)), c.action) << c.line;
@@ -82,6 +91,12 @@ TEST(ScriptTest, MistakesAreFoundAtTheirColumn) {
       {"[1, 1e999]", 5, "1e999"},
       {"[" + deepest + "]", kMaxDepth + 1U, "nested deeper"},
       {std::string(5000000, '['), kMaxDepth + 1U, "nested deeper"},
+      {"Seek msec=1", 1, "\"Seek\" is no command"},
+      {"  SeekTo msec=1 to=2", 17, "\"to\" is no argument of SeekTo; there are msec"},
+      {"Start now", 7, "\"now\" is no argument of Start, which has none"},
+      {"SeekTo msec", 8, "\"msec\" has no value"},
+      {"SetDataSource url=\"open", 19, "neither JSON nor text"},
+      {"SetDataSource url=\xff", 19, "neither JSON nor text"},
       {R"({"$stop": 1})", 2, "\"$stop\" is no directive"},
       {R"({"a": {"$wait": 5}, "$": 1})", 21, "\"$\" is no directive"},
       {R"({"$\u0077ait": "5"})", 16, "milliseconds"},
@@ -92,7 +107,10 @@ TEST(ScriptTest, MistakesAreFoundAtTheirColumn) {
       {R"({"$post": {"a": "}\""}, "command": "x"})", 25, "\"command\" does not go with $post"},
       {R"({"$waitFor": "E"})", 14, "wants an object"},
       {R"({"$waitFor": {}, "timeout": null})", 29, "milliseconds"},
-      {R"({"$waitFor": {}, "$post": 1})", 18, "\"$post\" does not go with $waitFor"},
+      {R"({"$expect": 5})", 13, "$expect wants an object, part of a reply"},
+      {R"({"$expect": {}, "timeout": 5})", 17, "\"timeout\" does not go with $expect"},
+      {R"({"$waitFor": {}, "$expect": []})", 29, "$expect wants an object, part of an event"},
+      {R"({"$waitFor": {}, "$post": 1})", 2, "\"$waitFor\" does not go with $post"},
   };
   for (const auto& c : kCases) {
     const ScriptLine line = ReadScriptLine(c.line);

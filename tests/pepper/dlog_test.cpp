@@ -65,11 +65,28 @@ TEST(Dlog, ShowsWhatIsAskedFor) {
 
 TEST(Dlog, OneCallIsOneLine) {
   const std::string long_text(20000, 'x');
-  const auto log = [&long_text] {
+  // The first and the last of each kind of control, between its neighbours.
+  const std::pair<const char*, const char*> kTexts[] = {
+      {"\x01\x1f ", "\\u0001\\u001f "},
+      {"~\x7f\u0080\u009f\u00a0", "~\\u007f\\u0080\\u009f\u00a0"},
+      {"\u061b\u061c\u061d", "\u061b\\u061c\u061d"},
+      {"\u200d\u200e\u200f\u2010", "\u200d\\u200e\\u200f\u2010"},
+      {"\u2029\u202a\u202e\u202f", "\u2029\\u202a\\u202e\u202f"},
+      {"\u2065\u2066\u2069\u206a", "\u2065\\u2066\\u2069\u206a"},
+      {"\x9b \xc2 \xe0\x82\x9b \U0001f4fa", "\\x9b \\xc2 \\xe0\\x82\\x9b \U0001f4fa"},
+  };
+  std::string shown_texts;
+  for (const auto& [text, shown] : kTexts) {
+    shown_texts += std::string("[0] E/TAG: ") + shown + "\n";
+  }
+  const auto log = [&] {
     __dlog_print(0, 6, "TAG", "%s: %s(%d) > %s", "f.cpp", "F", 7, "text");
     __dlog_print(0, 6, "TAG", "ends itself\n");
     __dlog_print(0, 6, "T\n", "two\nlines\n\n");
     __dlog_print(0, 6, nullptr, "bell \a, \xc3\xbc");
+    for (const auto& [text, shown] : kTexts) {
+      __dlog_print(0, 6, "TAG", "%s", text);
+    }
     __dlog_print(0, 6, "TAG", "%s", "");
     __dlog_print(0, 6, "TAG", "%s", long_text.c_str());
   };
@@ -77,9 +94,10 @@ TEST(Dlog, OneCallIsOneLine) {
             "[0] E/TAG: f.cpp: F(7) > text\n"
             "[0] E/TAG: ends itself\n"
             "[0] E/T\\n: two\\nlines\\n\n"
-            "[0] E/: bell \\x07, \xc3\xbc\n"
-            "[0] E/TAG: \n"
-            "[0] E/TAG: " +
+            "[0] E/: bell \\u0007, \xc3\xbc\n" +
+                shown_texts +
+                "[0] E/TAG: \n"
+                "[0] E/TAG: " +
                 long_text + "\n");
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <vector>
 
 #include "ppapi/c/pp_completion_callback.h"
 #include "ppapi/c/pp_rect.h"
@@ -50,74 +51,48 @@ TEST(Layout, OfValues) {
   }
 }
 
-#define SLOT(table, function, position) \
-  { #table "::" #function, offsetof(table, function), position }
-#define SLOTS(table, count) \
-  { #table, sizeof(table), count }
-
-// Each function's position in its table, and how many a table has.
-TEST(Layout, OfTables) {
-  const struct {
-    const char* what;
-    std::size_t found, position;
-  } kRows[] = {
-      SLOT(PPP_Instance, DidCreate, 0),
-      SLOT(PPP_Instance, DidDestroy, 1),
-      SLOT(PPP_Instance, DidChangeView, 2),
-      SLOT(PPP_Instance, DidChangeFocus, 3),
-      SLOT(PPP_Instance, HandleDocumentLoad, 4),
-      SLOTS(PPP_Instance, 5),
-      SLOT(PPP_Messaging, HandleMessage, 0),
-      SLOTS(PPP_Messaging, 1),
-      SLOT(PPP_MessageHandler, HandleMessage, 0),
-      SLOT(PPP_MessageHandler, HandleBlockingMessage, 1),
-      SLOT(PPP_MessageHandler, Destroy, 2),
-      SLOTS(PPP_MessageHandler, 3),
-      SLOT(PPB_Var, AddRef, 0),
-      SLOT(PPB_Var, Release, 1),
-      SLOT(PPB_Var, VarFromUtf8, 2),
-      SLOT(PPB_Var, VarToUtf8, 3),
-      SLOTS(PPB_Var, 4),
-      SLOT(PPB_VarDictionary, Create, 0),
-      SLOT(PPB_VarDictionary, Get, 1),
-      SLOT(PPB_VarDictionary, Set, 2),
-      SLOT(PPB_VarDictionary, Delete, 3),
-      SLOT(PPB_VarDictionary, HasKey, 4),
-      SLOT(PPB_VarDictionary, GetKeys, 5),
-      SLOTS(PPB_VarDictionary, 6),
-      SLOT(PPB_VarArray, Create, 0),
-      SLOT(PPB_VarArray, Get, 1),
-      SLOT(PPB_VarArray, Set, 2),
-      SLOT(PPB_VarArray, GetLength, 3),
-      SLOT(PPB_VarArray, SetLength, 4),
-      SLOTS(PPB_VarArray, 5),
-      SLOT(PPB_Messaging, PostMessage, 0),
-      SLOT(PPB_Messaging, RegisterMessageHandler, 1),
-      SLOT(PPB_Messaging, UnregisterMessageHandler, 2),
-      SLOTS(PPB_Messaging, 3),
-      SLOT(PPB_MessageLoop, Create, 0),
-      SLOT(PPB_MessageLoop, GetForMainThread, 1),
-      SLOT(PPB_MessageLoop, GetCurrent, 2),
-      SLOT(PPB_MessageLoop, AttachToCurrentThread, 3),
-      SLOT(PPB_MessageLoop, Run, 4),
-      SLOT(PPB_MessageLoop, PostWork, 5),
-      SLOT(PPB_MessageLoop, PostQuit, 6),
-      SLOTS(PPB_MessageLoop, 7),
-      SLOT(PPB_Core, AddRefResource, 0),
-      SLOT(PPB_Core, ReleaseResource, 1),
-      SLOT(PPB_Core, GetTime, 2),
-      SLOT(PPB_Core, GetTimeTicks, 3),
-      SLOT(PPB_Core, CallOnMainThread, 4),
-      SLOT(PPB_Core, IsMainThread, 5),
-      SLOTS(PPB_Core, 6),
-      SLOT(PPB_ExtensionSystem_Quorvel_0_1, GetEmbedderName, 0),
-      SLOT(PPB_ExtensionSystem_Quorvel_0_1, GetCurrentExtensionInfo, 1),
-      SLOT(PPB_ExtensionSystem_Quorvel_0_1, GenericSyncCall, 2),
-      SLOTS(PPB_ExtensionSystem_Quorvel_0_1, 3),
+// Each function stands at its position in its table, and there are no others.
+template <class Table, class... Functions>
+void ExpectOrder(const char* name, Functions Table::*... functions) {
+  const Table table{};
+  std::vector<std::ptrdiff_t> found, expected;
+  const auto place = [&](const auto& function) {
+    expected.push_back(static_cast<std::ptrdiff_t>(found.size() * sizeof(void*)));
+    found.push_back(reinterpret_cast<const char*>(&function) -
+                    reinterpret_cast<const char*>(&table));
   };
-  for (const auto& row : kRows) {
-    EXPECT_EQ(row.found, row.position * (kIs32Bit ? 4 : 8)) << row.what;
-  }
+  (place(table.*functions), ...);
+  EXPECT_EQ(found, expected) << name;
+  EXPECT_EQ(sizeof(Table), found.size() * sizeof(void*)) << name;
+}
+
+TEST(Layout, OfTables) {
+  using Private = PPB_ExtensionSystem_Quorvel_0_1;
+  ExpectOrder("PPP_Instance", &PPP_Instance::DidCreate, &PPP_Instance::DidDestroy,
+              &PPP_Instance::DidChangeView, &PPP_Instance::DidChangeFocus,
+              &PPP_Instance::HandleDocumentLoad);
+  ExpectOrder("PPP_Messaging", &PPP_Messaging::HandleMessage);
+  ExpectOrder("PPP_MessageHandler", &PPP_MessageHandler::HandleMessage,
+              &PPP_MessageHandler::HandleBlockingMessage, &PPP_MessageHandler::Destroy);
+  ExpectOrder("PPB_Var", &PPB_Var::AddRef, &PPB_Var::Release, &PPB_Var::VarFromUtf8,
+              &PPB_Var::VarToUtf8);
+  using Dictionary = PPB_VarDictionary;
+  ExpectOrder("PPB_VarDictionary", &Dictionary::Create, &Dictionary::Get, &Dictionary::Set,
+              &Dictionary::Delete, &Dictionary::HasKey, &Dictionary::GetKeys);
+  using Array = PPB_VarArray;
+  ExpectOrder("PPB_VarArray", &Array::Create, &Array::Get, &Array::Set, &Array::GetLength,
+              &Array::SetLength);
+  using Messaging = PPB_Messaging;
+  ExpectOrder("PPB_Messaging", &Messaging::PostMessage, &Messaging::RegisterMessageHandler,
+              &Messaging::UnregisterMessageHandler);
+  using Loop = PPB_MessageLoop;
+  ExpectOrder("PPB_MessageLoop", &Loop::Create, &Loop::GetForMainThread, &Loop::GetCurrent,
+              &Loop::AttachToCurrentThread, &Loop::Run, &Loop::PostWork, &Loop::PostQuit);
+  using Core = PPB_Core;
+  ExpectOrder("PPB_Core", &Core::AddRefResource, &Core::ReleaseResource, &Core::GetTime,
+              &Core::GetTimeTicks, &Core::CallOnMainThread, &Core::IsMainThread);
+  ExpectOrder("PPB_ExtensionSystem_Quorvel", &Private::GetEmbedderName,
+              &Private::GetCurrentExtensionInfo, &Private::GenericSyncCall);
 }
 
 }  // namespace

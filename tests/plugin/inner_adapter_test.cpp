@@ -2,7 +2,6 @@
 // its operations and of its listener's.
 
 #include "ZunoPlayerAdapter.h"
-#include "loader_faults.h"
 #include "plugin_test.h"
 
 namespace lumivex::test {
@@ -120,10 +119,10 @@ TEST_F(Adapter, WithoutAPlayerOrAPlaceNothingIsGiven) {
     EXPECT_FALSE(adapter.GetAvailableBitrates(nullptr));
     EXPECT_THAT(journal_.Take(),
                 ElementsAre(AE("GetAvailableBitrates", "pAvailableBitrates is NULL.")));
-    player_.failing = {30};
+    stage_.failing = {"player 30"};
     EXPECT_FALSE(adapter.GetAvailableBitrates(&bitrates));
   }
-  LoaderFaults::Get().failing = "dlopen";
+  stage_.failing = {"dlopen"};
   CZunoPlayerAdapter adapter(listener_.get());
   EXPECT_FALSE(adapter.GetAvailableBitrates(&bitrates));
   EXPECT_THAT(bitrates, ElementsAre(5));
@@ -140,8 +139,8 @@ TEST_F(Adapter, WithoutAListenerOrItsOwnAddressItIgnoresTheLibrary) {
   EXPECT_THAT(journal_.Take(), testing::Contains(AE("CZunoPlayerAdapter",
                                                     "IPlaybackEventListener instance is "
                                                     "NULL.")));
-  EXPECT_EQ(player_.Message(186), -1);
-  player_.Position(700);
+  EXPECT_EQ(stage_.Message(186), -1);
+  stage_.Position(700);
   EXPECT_THAT(journal_.Take(),
               ElementsAreArray(Script("a:OnMessage [OnMessage] id: [186] | "
                                       "A:GetEventListener m_pEventListener instance is NULL. | "
@@ -150,12 +149,12 @@ TEST_F(Adapter, WithoutAListenerOrItsOwnAddressItIgnoresTheLibrary) {
                                       "A:OnCurrentPosition GetEventListener() returned NULL.")));
 
   CZunoPlayerAdapter adapter(listener_.get());
-  EXPECT_EQ(player_.message_user, &adapter);
-  EXPECT_EQ(player_.position_user, &adapter);
-  EXPECT_NE(player_.message_user, static_cast<void*>(static_cast<ILumivexPlayer*>(&adapter)));
+  EXPECT_EQ(stage_.message_user, &adapter);
+  EXPECT_EQ(stage_.position_user, &adapter);
+  EXPECT_NE(stage_.message_user, static_cast<void*>(static_cast<ILumivexPlayer*>(&adapter)));
   journal_.Take();
-  EXPECT_EQ(player_.message_callback(186, nullptr, nullptr), -1);
-  player_.position_callback(700, nullptr);
+  EXPECT_EQ(stage_.message_callback(186, nullptr, nullptr), -1);
+  stage_.position_callback(700, nullptr);
   EXPECT_THAT(journal_.Take(),
               ElementsAreArray(Script("a:OnMessage [OnMessage] id: [186] | "
                                       "A:OnMessage Parameter for adapter instance is NULL. | "
@@ -173,7 +172,7 @@ TEST_F(Adapter, TheListenersAnswerGoesBackToTheLibrary) {
   for (const auto& [id, call] : kMessages) {
     for (const bool answer : {true, false}) {
       listener_.answer = answer;
-      EXPECT_EQ(player_.Message(id, record.get()), answer ? 1 : 0) << id;
+      EXPECT_EQ(stage_.Message(id, record.get()), answer ? 1 : 0) << id;
       EXPECT_EQ(journal_.Take().back(), call);
     }
   }

@@ -12,26 +12,16 @@ using PlayerCommands = PluginTest;
 
 TEST_F(PlayerCommands, ASpeedStandsUntilTheLibraryAcceptsAnother) {
   Open();
-  const struct {
-    const char* speed;
-    bool accepted;
-    const char* then;
-    const char* logged;
-  } kSteps[] = {{nullptr, false, "double 0", "0.000000"},
-                {"0.1", true, "double 0.10000000149011612", "0.100000"},
-                {"2", false, "double 0.10000000149011612", "0.100000"},
-                {"2", true, "double 2", "2.000000"}};
-  for (const auto& step : kSteps) {
-    player_.failing = step.accepted ? std::set<int>{} : std::set<int>{25};
-    if (step.speed != nullptr) {
-      Run(std::string(R"({"command": "SetPlaybackSpeed", "speed": )") + step.speed + "}");
-    }
-    const Outcome outcome = Run(R"({"command": "GetPlaybackSpeed"})");
-    EXPECT_EQ(outcome.reply, Ok(step.then));
-    EXPECT_THAT(outcome.journal, ElementsAre(A("GetPlaybackSpeed", "GetPlaybackSpeed() starts."),
-                                             H("GetPlaybackSpeed",
-                                               std::string("[GetPlaybackSpeed] ") + step.logged)));
+  Circumstances now;
+  const Json get = Request(kPlayer, "GetPlaybackSpeed");
+  Compare(get, &now);
+  for (const double speed : {0.1, 2.0, 2.0}) {
+    Compare({{"moduleName", kPlayer}, {"command", "SetPlaybackSpeed"}, {"speed", speed}}, &now);
+    Compare(get, &now);
+    stage_.failing =
+        stage_.failing.empty() ? std::set<std::string>{"player 25"} : std::set<std::string>{};
   }
+  EXPECT_EQ(Send(get), Ok("double 2"));
 }
 
 TEST_F(PlayerCommands, NumbersAreConvertedAndNeverRefused) {
@@ -72,70 +62,47 @@ TEST_F(PlayerCommands, NumbersAreConvertedAndNeverRefused) {
 
 TEST_F(PlayerCommands, TrackTypesAndDrmPropertiesByNumber) {
   Open();
-  const std::pair<int, int> kStreamTypes[] = {{1, 3},         {2, 1},        {3, 5}, {4, 4},
-                                              {0, 9},         {5, 9},        {7, 9}, {-1, 9},
-                                              {INT32_MIN, 9}, {INT32_MAX, 9}};
-  for (const auto& [type, stream_type] : kStreamTypes) {
-    EXPECT_THAT(
-        Run(R"({"command": "GetNumOfTracks", "trackType": )" + std::to_string(type) + "}").journal,
-        testing::Contains("player 32(" + std::to_string(stream_type) + ", *0)"))
-        << type;
-  }
-  const char* const kProperties[] = {"PROPERTY_REQUEST_CHALLENGE_DATA", "PROPERTY_SET_DRM_LICENSE",
-                                     "PROPERTY_LICENSE_SERVER", "PROPERTY_WMDRM_COOKIE"};
-  for (const int type : {0, 1, 2, 3, 4, -1, INT32_MIN, INT32_MAX}) {
-    const std::string number = std::to_string(type);
-    const bool known = type >= 0 && type < 4;
-    const Outcome outcome =
-        Run(R"({"command": "SetDRMProperty", "propertyData": "", "type": )" + number + "}");
-    EXPECT_EQ(outcome.reply, Ok(known ? "true" : "false")) << type;
-    const std::string then =
-        known ? std::string("player 14(\"") + kProperties[type] + R"(", "", 0) | a finishes.)"
-              : "A No matching property type. Returns false. | H SetDRMProperty(" + number +
-                    ", ) returned false.";
-    EXPECT_THAT(outcome.journal,
-                ElementsAreArray(Script("a SetDRMProperty(" + number + ", ) starts. | " + then,
-                                        "SetDRMProperty")));
+  Circumstances now;
+  for (const int type : {0, 1, 2, 3, 4, 5, 7, -1, INT32_MIN, INT32_MAX}) {
+    Json request = {{"moduleName", kPlayer}, {"command", "GetNumOfTracks"}, {"trackType", type}};
+    Compare(request, &now);
+    request = {{"moduleName", kPlayer}, {"command", "SetDRMProperty"}, {"type", type}};
+    request["propertyData"] = "%s";
+    Compare(request, &now);
   }
 }
 
 TEST_F(PlayerCommands, TextsOfTheLibraryAndOfThePageWithStrangeBytes) {
   Open();
-  const auto language = [this](std::string code) {
-    player_.language = std::move(code);
-    return Run(R"({"command": "GetTrackLanguageCode", "trackType": 2, "index": 0})");
-  };
-  const Outcome cut = language(std::string("de\0-AT", 6));
-  EXPECT_EQ(cut.reply, Ok(R"("de")"));
-  EXPECT_EQ(
-      cut.journal.back(),
-      H("GetTrackLanguageCode", "[GetTrackLanguageCode][Success] language: de, string length: 6"));
-  EXPECT_EQ(language("").reply, Ok(R"("")"));
-  EXPECT_EQ(language("\xff\xfe").reply, Ok("null"));  // not UTF-8: the browser makes no text of it
-  EXPECT_EQ(language("\xc3\xbc").reply, Ok(R"("\xc3\xbc")"));
-
+  Circumstances now;
+  const std::string texts[] = {
+      std::string("de\0-AT", 6), "", "\xff\xfe", "\xc3\xbc", std::string("\xff\0", 2),
+      std::string(5000, 'x')};
+  for (const std::string& text : texts) {
+    stage_.player.text = stage_.tuner.text = text;
+    Json request = Request(kPlayer, "GetTrackLanguageCode", R"({"trackType": 2, "index": 0})");
+    Compare(request, &now);
+    request = Request(kTuner, "SetChannelType", R"({"channelType": 0})");
+    Compare(request, &now);
+    request = Request(kTuner, "GetRFTrackLanguageCode", R"({"trackType": 4, "index": 0})");
+    Compare(request, &now);
+  }
   // Without an offset it begins at the beginning.
-  EXPECT_THAT(Run(R"({"command": "SetDataSource", "url": "a\u0000b"})").journal,
-              testing::Contains(R"(player 6("a", 0))"));
-  EXPECT_THAT(
-      Run(R"({"command": "SetTimedTextSource", "URI": "%s%n \u00fc"})").journal,
-      ElementsAre(H("SetTimedTextSource", "[SetTimedTextSource] filePath: [%s%n \u00fc]"),
-                  A("SetTimedTextSource", "SetTimedTextSource(%s%n \u00fc) starts."),
-                  R"(player 46("%s%n \xc3\xbc", 0))", A("SetTimedTextSource", "finishes.")));
+  Compare(Request(kPlayer, "SetDataSource", R"({"url": "a\u0000b"})"), &now);
+  Compare(Request(kPlayer, "SetTimedTextSource", R"({"URI": "%s%n \u00fc"})"), &now);
 }
 
 TEST_F(PlayerCommands, BitratesAsOneText) {
   Open();
-  const std::pair<std::vector<unsigned int>, const char*> kCases[] = {
-      {{}, R"("")"}, {{96}, R"("96")"}, {{0, 4294967295U, 7}, R"("0,4294967295,7")"}};
-  for (const auto& [bitrates, text] : kCases) {
-    player_.bitrates = bitrates;
-    EXPECT_EQ(Run(R"({"command": "GetAvailableBitrates"})").reply, Ok(text));
+  Circumstances now;
+  const Json request = Request(kPlayer, "GetAvailableBitrates");
+  for (const std::vector<unsigned int>& bitrates :
+       {std::vector<unsigned int>{}, {96}, {0, 4294967295U, 7}}) {
+    stage_.player.bitrates = bitrates;
+    Compare(request, &now);
   }
-  EXPECT_THAT(Run(R"({"command": "GetAvailableBitrates"})").journal,
-              testing::Contains(H("GetAvailableBitrates", "The bitrates[1] is 4294967295")));
   // The number is a long one for the log.
-  Send(Request(kPlayer, "GetAvailableBitrates"));
+  Send(request);
   EXPECT_EQ(journal_.TakeEntries().back().format, "%s: %s(%d) > The bitrates[%d] is %lu");
 }
 

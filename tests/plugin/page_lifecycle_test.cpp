@@ -27,9 +27,9 @@ const Lines kConstruction = Script(
         "bridge get_window_id undefined | h App window Resource ID -> 7 | "
         "h Create m_pLumivexPlayerEventListener | "
         "l:CZunoPlayerEventListener [CZunoPlayerEventListener] constructor | "
-        "a:CZunoPlayerAdapter Constructor starts | player library loaded | "
+        "a:CZunoPlayerAdapter Constructor starts | dlopen /usr/lib/libzuno-player.so 1 | "
         "a:GetPlayerInstance Loading /usr/lib/libzuno-player.so lib successed.\n | "
-        "player Create | a:GetPlayerInstance Create ZunoPlayer instance succeeded. | "
+        "player Create() | a:GetPlayerInstance Create ZunoPlayer instance succeeded. | "
         "player 3(1) | player 24(0) | player 23(1) | player 53() | player 52() | "
         "a:CZunoPlayerAdapter Constructor finishes. | "
         "a:SetDisplay SetDisplay(7), 0, 0, 1920, 1080, starts. | "
@@ -41,33 +41,10 @@ const Lines kDestructorStarts =
     Script("h:~CLumivexMessageHandler Lumivex Pepper destructor starts.");
 const Lines kDestruction = Script(
     "a:~CZunoPlayerAdapter Destructor starts. | a:Stop Stop() starts. | player 11() | "
-    "a:Stop finishes. | player 1() | player library unloaded | "
+    "a:Stop finishes. | player 1() | dlclose | "
     "a:~CZunoPlayerAdapter Unloading ZunoPlayer lib succeeded. | "
     "a:~CZunoPlayerAdapter Destructor finishes. | "
     "h:~CLumivexMessageHandler Lumivex Pepper destructor end .");
-
-// Keeps calling until it is told to stop.
-class Pouring {
- public:
-  explicit Pouring(std::function<void()> call)
-      : thread_([this, call = std::move(call)] {
-          while (!stop_) {
-            call();
-          }
-        }) {}
-  ~Pouring() { Stop(); }
-
-  void Stop() {
-    stop_ = true;
-    if (thread_.joinable()) {
-      thread_.join();
-    }
-  }
-
- private:
-  std::atomic<bool> stop_{false};
-  std::thread thread_;
-};
 
 class Lifecycle : public PluginTest {
  protected:
@@ -93,7 +70,11 @@ TEST_F(Lifecycle, TheTunerIsReleasedBeforeThePlayer) {
   Send(Request(kTuner, "SetChannelType", R"({"channelType": 0})"));
   Send(Request(kTuner, "SetChannelType", R"({"channelType": 1})"));
   // The service may still report while it is being released.
-  tuner_.on_release = [this] { tuner_.Event(3, 0, ""); };
+  stage_.on_call = [this](const std::string& call) {
+    if (call == "tuner ReleaseInstance") {
+      stage_.Event(3, 0, "");
+    }
+  };
   EXPECT_THAT(
       JournalOfClosing(),
       ElementsAreArray(
@@ -151,8 +132,8 @@ TEST_F(Lifecycle, TwoInstancesHaveEverythingOfTheirOwn) {
   EXPECT_EQ(entries.back().text, "tuner2 SetChType(0)");
   EXPECT_NE(entries.back().thread, first_worker);
 
-  player_.Message(32, nullptr, 2);
-  tuner_.Event(0, 0, "", 2);
+  stage_.Message(32, nullptr, 2);
+  stage_.Event(0, 0, "", 2);
   EXPECT_EQ(Events().size(), 0U);
   EXPECT_EQ(Events(second.get()).size(), 2U);
 
@@ -160,12 +141,12 @@ TEST_F(Lifecycle, TwoInstancesHaveEverythingOfTheirOwn) {
   const std::tuple<int, uint32_t, int> kSteps[] = {{1, 50, 1}, {1, 50, 1},  {2, 50, 1}, {2, 55, -1},
                                                    {2, 61, 1}, {1, 65, -1}, {1, 70, 1}};
   for (const auto& [player, percent, answer] : kSteps) {
-    EXPECT_EQ(player_.Message(131, MessageRecord(nullptr, percent, 0).get(), player), answer);
+    EXPECT_EQ(stage_.Message(131, MessageRecord(nullptr, percent, 0).get(), player), answer);
   }
   EXPECT_EQ(Events(second.get()).size(), 2U);
 
   page_.reset();
-  player_.Message(32, nullptr, 2);
+  stage_.Message(32, nullptr, 2);
   EXPECT_EQ(Send(Request(kPlayer, "Start"), {}, second.get()), Ok("true"));
   EXPECT_EQ(Events(second.get()).size(), 1U);
 }
@@ -173,8 +154,8 @@ TEST_F(Lifecycle, TwoInstancesHaveEverythingOfTheirOwn) {
 TEST_F(Lifecycle, ARunningCommandEndsBeforeTheHandlerDoes) {
   Open();
   std::atomic<bool> seeking{false};
-  player_.on_call = [&seeking](int position) {
-    if (position == 20) {
+  stage_.on_call = [&seeking](const std::string& call) {
+    if (call == "player 20") {
       seeking = true;
       usleep(50000);
     }
@@ -192,55 +173,12 @@ TEST_F(Lifecycle, ARunningCommandEndsBeforeTheHandlerDoes) {
   EXPECT_EQ(end[1], kDestructorStarts[0]);
 }
 
-TEST_F(Lifecycle, DestroyedWhileEventsPour) {
-  for (int round = 0; round < 20; ++round) {
-    PlayerRecorder::Reset();
-    TunerRecorder::Reset();
-    Open();
-    journal_.Pause(true);
-    EXPECT_EQ(Send(Request(kTuner, "SetChannelType", R"({"channelType": 0})")), Ok("true"));
-    std::atomic<int> poured{0};
-    MessageRecord record("text", 55, 4);
-    Pouring messages([&] {
-      for (const int id : {131, 132, 177, 181, 185, 186}) {
-        player_.Message(id, record.get());
-      }
-      ++poured;
-    });
-    Pouring positions([&] { player_.Position(1); });
-    Pouring tunes([&] { tuner_.Event(0, 1, "x"); });
-    // The services end their threads while they are being released, as real ones do.
-    player_.on_delete = [&] {
-      messages.Stop();
-      positions.Stop();
-    };
-    tuner_.on_release = [&] { tunes.Stop(); };
-    std::thread sender([this] {
-      const Json request =
-          Request(kPlayer, "SetDisplayArea",
-                  R"({"x": 0, "y": 0, "width": 9, "height": 9, "scalingMode": 0})");
-      while (page_->SendBlocking(request).outcome == Page::Outcome::kAnswered) {
-        page_->Post(request);
-      }
-    });
-    while (poured < 3) {
-      std::this_thread::yield();
-    }
-    page_->Close();
-    sender.join();
-    EXPECT_GE(Events().size(), 3U);
-    EXPECT_TRUE(player_.on_delete != nullptr);
-    Close();
-    journal_.Pause(false);
-  }
-}
-
 TEST_F(Lifecycle, LoadedTwice) {
   for (int round = 0; round < 2; ++round) {
-    PlayerRecorder::Reset();
+    Stage::Reset();
     Open();
     EXPECT_EQ(Send(Request(kPlayer, "Start")), Ok("true"));
-    EXPECT_EQ(player_.Message(186), 1);
+    EXPECT_EQ(stage_.Message(186), 1);
     Close();
     void* const library = dlopen(LUMIVEX_TEST_PLUGIN, RTLD_LAZY | RTLD_NOLOAD);
     EXPECT_EQ(library, nullptr) << "the library stays loaded";
@@ -248,6 +186,17 @@ TEST_F(Lifecycle, LoadedTwice) {
       dlclose(library);
     }
   }
+}
+
+TEST_F(Lifecycle, GivesAPlayerToWhoeverFindsTheFactory) {
+  void* const library = dlopen(LUMIVEX_TEST_PLUGIN, RTLD_LAZY);
+  ASSERT_NE(library, nullptr) << dlerror();
+  const auto factory = reinterpret_cast<void* (*)(void*)>(dlsym(library, "GetLumivexPlayer"));
+  ASSERT_NE(factory, nullptr);
+  EXPECT_EQ(factory(nullptr), nullptr);
+  EXPECT_THAT(journal_.Take(),
+              ElementsAre(AE("GetLumivexPlayer", "IPlaybackEventListener instance is NULL.")));
+  dlclose(library);
 }
 
 }  // namespace

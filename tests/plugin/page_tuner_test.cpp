@@ -23,11 +23,11 @@ class Tuner : public PluginTest {
 TEST_F(Tuner, TheFirstChannelCommandObtainsTheInstanceWhateverItLacks) {
   for (const char* request :
        {R"({"command": "SetChannelType"})", R"({"command": "TuneRFChannel"})"}) {
-    TunerRecorder::Reset();
+    Stage::Reset();
     Open();
     EXPECT_EQ(Run(R"({"command": "GetRFManagerVersion"})", kTuner).reply, Ok(R"("1.50")"));
     // An attempt that fails is repeated.
-    tuner_.failing = {"GetInstance"};
+    stage_.failing = {"tuner GetInstance"};
     for (int i = 0; i < 2; ++i) {
       const Outcome failed = Run(request, "open module");
       EXPECT_EQ(failed.reply, NoTuner());
@@ -35,7 +35,7 @@ TEST_F(Tuner, TheFirstChannelCommandObtainsTheInstanceWhateverItLacks) {
                   ElementsAre(kObtaining[0], kObtaining[1],
                               HE("InitRFManager", "Getting RFManager instance failed.")));
     }
-    tuner_.failing.clear();
+    stage_.failing.clear();
     const Outcome first = Run(request, kTuner);
     EXPECT_EQ(first.reply, BadParameter());
     EXPECT_THAT(first.journal, ElementsAreArray(kObtaining));
@@ -45,36 +45,14 @@ TEST_F(Tuner, TheFirstChannelCommandObtainsTheInstanceWhateverItLacks) {
 
 TEST_F(Tuner, AnswersReachThePageAsTheyAre) {
   OpenWithTuner();
-  tuner_.number = -2;
-  tuner_.shown = false;
-  tuner_.language = std::string("fr\0x", 4);
+  stage_.tuner.number = -2;
+  stage_.tuner.text = std::string("fr\0x", 4);
   EXPECT_EQ(Run(R"({"command": "GetNumOfRFTracks", "trackType": 2})").reply, Ok("-2"));
   EXPECT_EQ(Run(R"({"command": "GetRFSubtitleMode"})").reply, Ok("-2"));
-  EXPECT_EQ(Run(R"({"command": "GetRFSubtitleStatus"})").reply, Ok("false"));
   EXPECT_EQ(Run(R"({"command": "GetRFTrackLanguageCode", "trackType": 2, "index": 0})").reply,
             Ok(R"("fr\x00x")"));
-}
-
-TEST_F(Tuner, OnlyASuccessfulTuneReachesThePage) {
-  OpenWithTuner();
-  journal_.Take();
-  const auto line = [](const std::string& type, const std::string& rest) {
-    return T("OnEvent", "[CLumivexEventListener][OnEvent] contentType: [" + type + "], " + rest);
-  };
-  tuner_.Event(0, -6, std::string("Lumivex\0One", 11));
-  EXPECT_THAT(
-      journal_.Take(),
-      ElementsAre(line("0", "param1: [-6], param2: [Lumivex]"),
-                  T("OnEvent", "[CLumivexEventListener][OnEvent][OnRFInfo] Event TUNE_SUCCESS")));
-  const std::vector<Json> events = Events();
-  ASSERT_EQ(events.size(), 1U);
-  EXPECT_EQ(events[0].dump(), R"({"event":"RF_INFO_EVENT","eventType":0})");
-  for (const unsigned int type : {1U, 2U, 0x80000000U, UINT32_MAX}) {
-    tuner_.Event(type, 0, "");
-    EXPECT_THAT(journal_.Take(), ElementsAre(line(std::to_string(static_cast<int>(type)),
-                                                  "param1: [0], param2: []")));
-  }
-  EXPECT_THAT(Events(), IsEmpty());
+  stage_.tuner.number = 0;
+  EXPECT_EQ(Run(R"({"command": "GetRFSubtitleStatus"})").reply, Ok("false"));
 }
 
 }  // namespace

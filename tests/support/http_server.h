@@ -3,13 +3,16 @@
 
 #include <atomic>
 #include <cstddef>
-#include <list>
+#include <memory>
 #include <string>
 #include <thread>
 
-// Serves a folder over HTTP on the loopback interface, as far as a media player asks: GET and HEAD,
-// one byte range, one request a connection. Serves from construction to destruction, with a thread
-// a connection; any thread may call it.
+namespace httplib {
+class Server;
+}
+
+// Serves a folder over HTTP on the loopback interface, one request a connection, from construction
+// to destruction. Any thread may call it.
 class HttpServer {
  public:
   struct Options {
@@ -19,32 +22,21 @@ class HttpServer {
     bool answer = true;           // false: takes connections and requests and says nothing
   };
 
-  explicit HttpServer(std::string folder);
-  HttpServer(std::string folder, const Options& options);
+  explicit HttpServer(const std::string& folder);
+  HttpServer(const std::string& folder, const Options& options);
   ~HttpServer();
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
 
   std::string Url(const std::string& path) const;
+  int port() const { return port_; }
   int requests() const { return requests_; }
 
  private:
-  struct Connection {
-    int fd;
-    std::thread thread;
-  };
-
-  void Accept();
-  void Serve(int fd);
-  void SendBody(int fd, const std::string& body, std::size_t offset);
-
-  const std::string folder_;
-  const Options options_;
-  int port_ = 0;
-  const int listener_;  // fills in port_
+  const std::unique_ptr<httplib::Server> server_;
+  const int port_;
   std::atomic<bool> quit_{false};
   std::atomic<int> requests_{0};
-  std::list<Connection> connections_;  // the accepting thread's, until it has ended
   std::thread thread_;
 };
 

@@ -41,10 +41,11 @@ TEST(Network, BuffersASlowStream) {
 
 TEST(Network, PauseDuringBufferingHolds) {
   HttpServer::Options slow;
-  slow.bytes_per_second = 60000;
-  const HttpServer server(ZUNO_TEST_MEDIA, slow);
+  slow.bytes_per_second = 9000;
+  const HttpServer server(ScratchFolder(), slow);
+  WriteFile("slow.wav", Wave(20));
   Rig rig;
-  ASSERT_TRUE(rig.PlayFile(server.Url("clip.webm")));
+  ASSERT_TRUE(rig.PlayFile(server.Url("slow.wav")));
   ASSERT_TRUE(rig.player->Pause());
   const int position = rig.Position();
   SleepFor(4000);
@@ -54,10 +55,11 @@ TEST(Network, PauseDuringBufferingHolds) {
 
 TEST(Network, StopDuringBufferingEndsThePeriod) {
   HttpServer::Options slow;
-  slow.bytes_per_second = 40000;
-  const HttpServer server(ZUNO_TEST_MEDIA, slow);
+  slow.bytes_per_second = 9000;
+  const HttpServer server(ScratchFolder(), slow);
+  WriteFile("slow.wav", Wave(20));
   Rig rig;
-  ASSERT_TRUE(rig.PlayFile(server.Url("clip.webm")));
+  ASSERT_TRUE(rig.PlayFile(server.Url("slow.wav")));
   ASSERT_TRUE(rig.recorder.WaitFor(kBuffering, 1, Patience(2000)));
   ASSERT_TRUE(rig.player->Stop());
   SleepFor(200);
@@ -185,10 +187,11 @@ TEST(Errors, EachBadSourceGivesOneMessageAndAGoodOnePlaysAfterwards) {
 
 TEST(Errors, AServerThatStopsInTheMiddleIsReportedOnce) {
   HttpServer::Options options;
-  options.stall_after = 150000;
-  const HttpServer server(ZUNO_TEST_MEDIA, options);
+  options.stall_after = 20000;
+  const HttpServer server(ScratchFolder(), options);
+  WriteFile("stalls.wav", Wave(20));
   Rig rig;
-  ASSERT_TRUE(rig.PlayFile(server.Url("clip.webm")));
+  ASSERT_TRUE(rig.PlayFile(server.Url("stalls.wav")));
   ASSERT_TRUE(rig.recorder.WaitFor(134, 1, Patience(20000)));
   SleepFor(300);
   EXPECT_EQ(1U, rig.recorder.Errors().size());

@@ -183,21 +183,8 @@ TEST(Playback, TellsTheEndOnceAndStartsOver) {
 }
 
 TEST(Playback, SoundAloneHasNoResolution) {
-  const auto little_endian = [](unsigned int value, int bytes) {
-    std::string text;
-    for (; bytes > 0; --bytes, value >>= 8U) {
-      text += static_cast<char>(value & 0xFFU);
-    }
-    return text;
-  };
-  const std::string samples(8000 * 3, '\x70');  // 3 s, 8 bits, 8 kHz
-  const auto size = static_cast<unsigned int>(samples.size());
-  const std::string wave = "RIFF" + little_endian(36 + size, 4) + "WAVEfmt " +
-                           little_endian(16, 4) + little_endian(1, 2) + little_endian(1, 2) +
-                           little_endian(8000, 4) + little_endian(8000, 4) + little_endian(1, 2) +
-                           little_endian(8, 2) + "data" + little_endian(size, 4) + samples;
   Rig rig;
-  ASSERT_TRUE(rig.PlayFile(WriteFile("sound.wav", wave), 1000));
+  ASSERT_TRUE(rig.PlayFile(WriteFile("sound.wav", Wave(3)), 1000));
   EXPECT_NEAR(3000, rig.Duration(), 1);
   int width = 0;
   int height = 0;

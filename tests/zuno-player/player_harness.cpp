@@ -64,6 +64,21 @@ std::string WriteFile(const std::string& name, const std::string& contents) {
   return path;
 }
 
+std::string Wave(unsigned int seconds) {
+  const auto little_endian = [](unsigned int value, int bytes) {
+    std::string text;
+    for (; bytes > 0; --bytes, value >>= 8U) {
+      text += static_cast<char>(value & 0xFFU);
+    }
+    return text;
+  };
+  const unsigned int size = 8000 * seconds;
+  return "RIFF" + little_endian(36 + size, 4) + "WAVEfmt " + little_endian(16, 4) +
+         little_endian(1, 2) + little_endian(1, 2) + little_endian(8000, 4) +
+         little_endian(8000, 4) + little_endian(1, 2) + little_endian(8, 2) + "data" +
+         little_endian(size, 4) + std::string(size, '\x70');
+}
+
 void SleepFor(int msec) {
   std::this_thread::sleep_for(milliseconds(msec));
 }
@@ -150,15 +165,6 @@ bool Recorder::WaitFor(int id, std::size_t count, milliseconds limit) const {
   return changed_.wait_for(lock, limit, [&] {
     const auto of_id = [id](const Note& note) { return note.id == id; };
     return static_cast<std::size_t>(std::count_if(notes_.begin(), notes_.end(), of_id)) >= count;
-  });
-}
-
-bool Recorder::WaitForText(const std::string& text) const {
-  std::unique_lock<std::mutex> lock(mutex_);
-  return changed_.wait_for(lock, Patience(1000), [&] {
-    return std::any_of(notes_.begin(), notes_.end(), [&text](const Note& note) {
-      return note.id == kTimedText && note.text == text;
-    });
   });
 }
 

@@ -36,6 +36,8 @@ std::string Media(const std::string& name);
 // An empty folder of this process's own, for files that a test writes.
 std::string ScratchFolder();
 std::string WriteFile(const std::string& name, const std::string& contents);
+// A sound file, 8000 bytes a second.
+std::string Wave(unsigned int seconds);
 
 // Keeps what the two callbacks deliver. Any thread.
 class Recorder {
@@ -62,8 +64,6 @@ class Recorder {
   std::vector<std::string> Texts() const;
   // False when so many messages of the id have not come in time.
   bool WaitFor(int id, std::size_t count, milliseconds limit) const;
-  // False when this cue has not come in time.
-  bool WaitForText(const std::string& text) const;
   void Clear();
 
   // What every test may ask at its end: the callbacks came from one thread, never two at once.

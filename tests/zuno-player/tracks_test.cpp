@@ -207,9 +207,13 @@ TEST(Tracks, TextOfTheMediumIsSentOnceChosen) {
   EXPECT_TRUE(rig.recorder.Texts().empty());  // passed without being chosen
   ASSERT_TRUE(rig.player->SetStreamID(kText, 0));
   EXPECT_EQ(0, Current(rig, kText));
-  ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 1, Patience(3000)));
+  ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 3, Patience(3000)));
   EXPECT_NEAR(3000, rig.Position(), Slack(300));
-  EXPECT_EQ(std::vector<std::string>{"Second cue,\non two lines"}, rig.recorder.Texts());
+  ASSERT_TRUE(rig.player->SetPlaySpeed(4.0F));  // which is no reason to tell anything again
+  ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 4, Patience(1000)));
+  EXPECT_NEAR(5000, rig.Position(), Slack(400));
+  EXPECT_EQ((std::vector<std::string>{"First cue", "", "Second cue,\non two lines", ""}),
+            rig.recorder.Texts());
 }
 
 }  // namespace

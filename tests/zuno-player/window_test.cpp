@@ -1,5 +1,6 @@
 // The picture in a window, on a virtual screen of the test's own.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <xcb/xcb.h>
 
 #include "player_harness.h"
@@ -9,6 +10,8 @@
 namespace {
 
 constexpr std::uint32_t kPageColor = 0x305070;
+constexpr std::uint32_t kWidth = 1280;
+constexpr std::uint32_t kHeight = 720;
 constexpr const char* kNoName = nullptr;
 
 struct Rect {
@@ -18,7 +21,10 @@ struct Rect {
 // A plain window in one colour: the page.
 class Page {
  public:
-  Page() : connection_(xcb_connect(nullptr, nullptr)) {
+  Page() {
+    static const lumivex::test::VirtualScreen screen(kWidth, kHeight);
+    EXPECT_TRUE(screen.works());
+    connection_ = xcb_connect(nullptr, nullptr);
     screen_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
     Open();
   }
@@ -29,9 +35,9 @@ class Page {
   void Open() {
     window_ = xcb_generate_id(connection_);
     const std::uint32_t color = kPageColor;
-    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, screen_->root, 0, 0, 1280, 720, 0,
-                      XCB_WINDOW_CLASS_INPUT_OUTPUT, screen_->root_visual, XCB_CW_BACK_PIXEL,
-                      &color);
+    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, screen_->root, 0, 0, kWidth,
+                      kHeight, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen_->root_visual,
+                      XCB_CW_BACK_PIXEL, &color);
     xcb_map_window(connection_, window_);
     Children();  // waits for the server, so that others find the window
   }
@@ -41,8 +47,11 @@ class Page {
   }
   std::int32_t id() const { return static_cast<std::int32_t>(window_); }
 
-  // What the screen shows there, as 0xRRGGBB.
+  // What the screen shows there, as 0xRRGGBB; around it is nothing but the page.
   std::uint32_t At(std::uint32_t x, std::uint32_t y) const {
+    if (x >= kWidth || y >= kHeight) {
+      return kPageColor;
+    }
     xcb_get_image_reply_t* reply = xcb_get_image_reply(
         connection_,
         xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, screen_->root,
@@ -58,12 +67,13 @@ class Page {
     return color;
   }
 
-  // The names of the colours in the middles of the clip's seven columns.
-  std::string Bars(const Rect& rect) const {
+  // The names of the colours in the middles of the clip's seven columns, or rows.
+  std::string Bars(const Rect& rect, bool turned = false) const {
     std::string bars;
-    for (std::uint32_t column = 0; column < 7; ++column) {
+    for (std::uint32_t middle = 1; middle < 14; middle += 2) {
       const std::uint32_t color =
-          At(rect.x + rect.width * (2 * column + 1) / 14, rect.y + rect.height / 4);
+          turned ? At(rect.x + rect.width * 3 / 4, rect.y + rect.height * middle / 14)
+                 : At(rect.x + rect.width * middle / 14, rect.y + rect.height / 4);
       const auto is_on = [color](unsigned int shift) { return ((color >> shift) & 0xFFU) > 127U; };
       bars += "kbgcrmyw"[(is_on(16) ? 4 : 0) + (is_on(8) ? 2 : 0) + (is_on(0) ? 1 : 0)];
     }
@@ -78,14 +88,15 @@ class Page {
     return count;
   }
 
-  // Waits until the picture fills exactly this rectangle.
-  bool Shows(const Rect& rect) const {
+  // Waits until the picture fills exactly this rectangle, as far as it lies inside.
+  bool Shows(const Rect& rect, const std::string& bars = "wycgmrb") const {
     const std::uint32_t right = rect.x + rect.width;
     const std::uint32_t middle = rect.y + rect.height / 4;
     return WaitUntil(Patience(2000), [&] {
-      return Bars(rect) == "wycgmrb" && At(rect.x - 2, middle) == kPageColor &&
+      return Bars(rect) == bars && At(rect.x - 2, middle) == kPageColor &&
              At(right + 1, middle) == kPageColor && At(rect.x + 2, rect.y - 2) == kPageColor &&
-             At(rect.x + 2, middle) != kPageColor && At(right - 3, middle) != kPageColor &&
+             At(rect.x + 2, middle) != kPageColor &&
+             At(std::min(right, kWidth) - 3, middle) != kPageColor &&
              At(rect.x + 2, rect.y + rect.height + 1) == kPageColor;
     });
   }
@@ -110,37 +121,19 @@ bool SetArea(const Rig& rig, const Rect& rect) {
   return rig.player->SetAttribute(0, "display_area", &rect, 16, kNoName);
 }
 
-class Window : public ::testing::Test {
- protected:
-  static void SetUpTestSuite() {
-    screen_ = new lumivex::test::VirtualScreen(1280, 720);
-    ASSERT_TRUE(screen_->works());
-  }
-  static void TearDownTestSuite() { delete screen_; }
-
- private:
-  static lumivex::test::VirtualScreen* screen_;
-};
-
-lumivex::test::VirtualScreen* Window::screen_ = nullptr;
-
-TEST_F(Window, ThePictureFollowsTheRectangle) {
+TEST(Window, ThePictureFollowsTheRectangle) {
   const Page page;
   Rig rig;
   const Rect first = {100, 50, 420, 240};
   ASSERT_TRUE(SetDisplay(rig, page.id(), first));
   ASSERT_TRUE(rig.PlayFile(Media("clip.webm")));
   EXPECT_TRUE(page.Shows(first)) << page.Bars(first);
-  for (const Rect rect :
-       {Rect{600, 300, 640, 360}, Rect{10, 400, 350, 300}, Rect{2, 2, 1276, 716}}) {
-    ASSERT_TRUE(SetArea(rig, rect));
-    EXPECT_TRUE(page.Shows(rect)) << rect.x << ": " << page.Bars(rect);
-  }
-  // While paused as well.
-  ASSERT_TRUE(rig.player->Pause());
-  for (const Rect rect : {Rect{200, 100, 700, 500}, Rect{100, 50, 420, 240}}) {
-    ASSERT_TRUE(SetArea(rig, rect));
-    EXPECT_TRUE(page.Shows(rect)) << rect.x << ": " << page.Bars(rect);
+  for (const bool paused : {false, true}) {
+    EXPECT_EQ(paused, paused && rig.player->Pause());
+    for (const Rect rect : {Rect{600, 300, 640, 360}, {10, 400, 350, 300}, {2, 2, 1276, 716}}) {
+      ASSERT_TRUE(SetArea(rig, rect));
+      EXPECT_TRUE(page.Shows(rect)) << rect.x << ": " << page.Bars(rect);
+    }
   }
   ASSERT_TRUE(rig.player->Resume());
   ASSERT_TRUE(SetArea(rig, {100, 100, 0, 100}));
@@ -152,9 +145,27 @@ TEST_F(Window, ThePictureFollowsTheRectangle) {
   EXPECT_TRUE(rig.player->GetResolution(&width, &height));
   EXPECT_EQ(640, width);  // the medium's, not the window's
   EXPECT_EQ(1U, rig.recorder.Notes(kResolution).size());
+  // What lies outside is not drawn; "k" is the page's own colour.
+  EXPECT_TRUE(SetArea(rig, {640, 100, 1280, 1000}));
+  EXPECT_TRUE(page.Shows({640, 100, 1280, 1000}, "wyckkkk"));
+  EXPECT_TRUE(SetArea(rig, {1, 1, 100000, 100000}));
+  EXPECT_TRUE(WaitUntil(Patience(2000), [&] {
+    return page.Bars({0, 710, kWidth, 9}) == "wwwwwww";
+  }));
+  EXPECT_TRUE(SetArea(rig, {~0U, ~0U, ~0U, ~0U}));
+  EXPECT_TRUE(page.ShowsItselfAt(10, 10));
+  rusage usage = {};
+  getrusage(RUSAGE_SELF, &usage);
+  EXPECT_LT(usage.ru_maxrss, 500 << 10);
+  EXPECT_TRUE(rig.recorder.Errors().empty());
+  // A picture on its side, of pixels that are not square.
+  ASSERT_TRUE(rig.PlayFile(Media("turned.mp4")) && SetArea(rig, first));
+  EXPECT_TRUE(WaitUntil(Patience(2000), [&] { return page.Bars(first, true) == "wycgmrb"; }));
+  EXPECT_TRUE(rig.player->GetResolution(&width, &height));
+  EXPECT_EQ((std::pair{240, 640}), (std::pair{width, height}));
 }
 
-TEST_F(Window, NothingIsLeftOnTheScreen) {
+TEST(Window, NothingIsLeftOnTheScreen) {
   const Page page;
   const Rect rect = {100, 50, 420, 240};
   const std::function<void(Rig*)> ends[] = {
@@ -173,7 +184,7 @@ TEST_F(Window, NothingIsLeftOnTheScreen) {
   }
 }
 
-TEST_F(Window, AWindowThatIsNotThereDoesNoHarm) {
+TEST(Window, AWindowThatIsNotThereDoesNoHarm) {
   Page page;
   Rig rig;
   for (const std::int32_t window : {0, -1, 1, 0x7FFFFFFF}) {

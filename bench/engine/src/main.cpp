@@ -64,7 +64,7 @@ int Run(const Options& options, const desktop::SessionFolder& folder) {
     return Fail("no server can be opened on the loopback interface");
   }
   const desktop::WrapperSettings settings = {
-      options.plugin.toStdString(), LUMIVEX_BENCH_SYSROOT, LUMIVEX_BENCH_DEVICE_PATHS, {}, {}};
+      options.plugin, LUMIVEX_BENCH_SYSROOT, LUMIVEX_BENCH_DEVICE_PATHS, {}, {}, {}};
   desktop::SetEnvironment(settings, folder);
   qputenv(kEchoVariable, LUMIVEX_BENCH_ECHO);
   desktop::PluginWatch watch(folder, INT_MAX);
@@ -114,11 +114,7 @@ int Run(const Options& options, const desktop::SessionFolder& folder) {
 }
 
 int Main(int argc, char** argv) {
-  int status = EXIT_SUCCESS;
-  const auto options = ReadOptions(argc, argv, &status);
-  if (!options) {
-    return status;
-  }
+  const Options options = ReadOptions(argc, argv);
   std::optional<test::VirtualScreen> screen;
   if (const std::string problem = desktop::ScreenProblem(); !problem.empty()) {
     screen.emplace(1280, 720);
@@ -128,7 +124,7 @@ int Main(int argc, char** argv) {
     }
   }
   std::signal(SIGALRM, OnAlarm);
-  alarm(static_cast<unsigned int>(options->timeout_s) + kEndTimeS);
+  alarm(static_cast<unsigned int>(options.timeout_s) + kEndTimeS);
   const desktop::SessionFolder folder;
   desktop::EngineArguments arguments(
       argv[0],
@@ -136,7 +132,7 @@ int Main(int argc, char** argv) {
       folder);
   QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
   const QApplication application(arguments.count(), arguments.values());
-  return Run(*options, folder);
+  return Run(options, folder);
 }
 
 }  // namespace

@@ -1,8 +1,7 @@
 #ifndef BENCH_ENGINE_SRC_OPTIONS_H_
 #define BENCH_ENGINE_SRC_OPTIONS_H_
 
-#include <QString>
-#include <optional>
+#include <string>
 
 namespace lumivex::bench {
 
@@ -13,13 +12,12 @@ struct Options {
   int seed = 1;  // of the order in which the ways take turns
   int timeout_s = 300;
   bool with_log = false;  // the platform's log is written, as in the browser window
-  QString out;            // a file for the figures; empty: none
-  QString plugin = LUMIVEX_BENCH_PLUGIN;
+  std::string out;        // a file for the figures; empty: none
+  std::string plugin = LUMIVEX_BENCH_PLUGIN;
 };
 
-// Null when there is nothing to do; *status is then the exit status, and what there is to say has
-// been said.
-std::optional<Options> ReadOptions(int argc, char** argv, int* status);
+// Ends the program when there is nothing to measure.
+Options ReadOptions(int argc, char** argv);
 
 }  // namespace lumivex::bench
 

@@ -44,7 +44,7 @@ QJsonObject SettingsOf(const Options& options, const QJsonObject& result) {
           {"warmup", options.warmup},
           {"seed", options.seed},
           {"with_log", options.with_log},
-          {"plugin", options.plugin},
+          {"plugin", QString::fromStdString(options.plugin)},
           {"build_type", LUMIVEX_BENCH_BUILD},
           {"qt", qVersion()},
           {"system", QSysInfo::prettyProductName()},
@@ -106,18 +106,18 @@ QString Report(const QString& result_text, const Options& options) {
   }
   std::printf("\nAim: the plug-in at most %.2f times the echo: %s\n", kMostTimesTheEcho,
               qPrintable(verdict));
-  if (options.out.isEmpty()) {
+  if (options.out.empty()) {
     return "";
   }
   const QJsonObject all = {
       {"settings", SettingsOf(options, result)},
       {"ways", figures},
       {"aim", QJsonObject{{"times_echo", kMostTimesTheEcho}, {"verdict", verdict}}}};
-  QFile file(options.out);
+  QFile file(QString::fromStdString(options.out));
   const QByteArray text = QJsonDocument(all).toJson();
   return file.open(QFile::WriteOnly) && file.write(text) == text.size() && file.flush()
              ? ""
-             : options.out + ": " + file.errorString();
+             : file.fileName() + ": " + file.errorString();
 }
 
 }  // namespace lumivex::bench

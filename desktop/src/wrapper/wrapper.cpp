@@ -10,6 +10,7 @@
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/c/ppp.h"
 #include "ppapi/c/ppp_instance.h"
+#include "recorder.h"
 #include "report.h"
 
 namespace {
@@ -19,10 +20,14 @@ lumivex::desktop::PluginLibrary plugin;  // the real one
 // Set before the plug-in is initialised, then only read: the plug-in may ask on any thread.
 PPB_GetInterface engine_interface = nullptr;
 const PPB_ExtensionSystem_Quorvel_0_1* extension_system = nullptr;
+const PPB_Messaging* recorder = nullptr;
 
 const void* GetBrowserInterface(const char* name) {
   if (std::strcmp(name, PPB_EXTENSIONSYSTEM_QUORVEL_INTERFACE_0_1) == 0) {
     return extension_system;
+  }
+  if (recorder != nullptr && std::strcmp(name, PPB_MESSAGING_INTERFACE) == 0) {
+    return recorder;
   }
   return engine_interface(name);
 }
@@ -63,6 +68,7 @@ int32_t PPP_InitializeModule(PP_Module module, PPB_GetInterface get_browser_inte
   lumivex::desktop::OpenReport();
   engine_interface = get_browser_interface;
   extension_system = lumivex::desktop::MakeExtensionSystem(get_browser_interface);
+  recorder = lumivex::desktop::MakeRecorder(get_browser_interface);
   const std::string problem = plugin.Load(lumivex::desktop::kPluginVariable);
   if (!problem.empty()) {
     return Refuse(problem);

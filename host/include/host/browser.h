@@ -47,7 +47,9 @@ class Page {
  public:
   enum class Outcome {
     kAnswered,
-    kNoHandler,    // no message handler is registered, or its loop ended before the message's turn
+    // No message handler is registered, no thread runs its loop, or that ended before the
+    // message's turn.
+    kNoHandler,
     kPageGone,     // the page was closed before the answer
     kTimedOut,     // the message may be handled still; its answer will be dropped
     kNotPassable,  // the message or its answer is nested deeper than kMaxDepth, or not valid
@@ -74,8 +76,8 @@ class Page {
   // message is borrowed and copied.
   VarAnswer SendBlockingVar(PP_Var message, std::chrono::milliseconds timeout = kPatience);
 
-  // Sends a message that has no answer. While no handler is registered it goes to PPP_Messaging on
-  // the main thread. False when nobody will get it.
+  // Sends a message that has no answer. Without a handler that gets messages it goes to
+  // PPP_Messaging on the main thread. False when nobody will get it.
   bool Post(const Json& message);
   bool PostVar(PP_Var message);
 
@@ -104,6 +106,7 @@ class Page {
  private:
   friend class Browser;
   Page(std::shared_ptr<Runtime> runtime, std::shared_ptr<PageState> state);
+  bool PostOwned(OwnedVar message);
 
   const std::shared_ptr<Runtime> runtime_;
   const std::shared_ptr<PageState> state_;

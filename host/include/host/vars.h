@@ -1,13 +1,14 @@
 #ifndef HOST_VARS_H_
 #define HOST_VARS_H_
 
-#include <atomic>
 #include <cstdint>
-#include <memory>
+#include <deque>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 #include "host/defects.h"
@@ -19,6 +20,8 @@ namespace lumivex::host {
 // Containers nested deeper than this are not passed between page and plug-in.
 inline constexpr int kMaxDepth = 1000;
 
+class OwnedVar;
+
 // The browser's reference-counted vars: strings, dictionaries and arrays, named by their as_id.
 //
 // Any thread may call every function. Vars given are borrowed, vars returned belong to the caller
@@ -27,13 +30,12 @@ inline constexpr int kMaxDepth = 1000;
 // false. Values without a count (numbers, null ...) may be given to AddRef and Release.
 class VarTable {
  public:
-  explicit VarTable(Defects* defects);
-  ~VarTable();
+  explicit VarTable(Defects* defects) : defects_(defects) {}
   VarTable(const VarTable&) = delete;
   VarTable& operator=(const VarTable&) = delete;
 
   void AddRef(PP_Var var);
-  void Release(PP_Var var);
+  void Release(PP_Var var) noexcept;
 
   PP_Var FromUtf8(std::string_view text);  // a null var when the text is not UTF-8
   // Valid as long as the var lives; null and length 0 when var is no string.
@@ -44,7 +46,7 @@ class VarTable {
   bool DictionarySet(PP_Var dictionary, PP_Var key, PP_Var value);
   void DictionaryDelete(PP_Var dictionary, PP_Var key);
   bool DictionaryHasKey(PP_Var dictionary, PP_Var key);
-  PP_Var DictionaryKeys(PP_Var dictionary);  // an array, in the order in which keys were added
+  PP_Var DictionaryKeys(PP_Var dictionary);  // a sorted array
 
   PP_Var CreateArray();
   PP_Var ArrayGet(PP_Var array, uint32_t index);  // undefined beyond the end
@@ -63,52 +65,51 @@ class VarTable {
   // Null, with a defect recorded, when the var holds something that cannot be passed on.
   std::optional<PP_Var> DeepCopy(PP_Var var);
 
-  // Counted vars that live now, found by looking at all that ever were at once, and a line for each
-  // of the first of them.
+  // Counted vars that live now, and a line for each of the first of them.
   int64_t Live() const;
-  std::vector<std::string> DescribeLive();
+  std::vector<std::string> DescribeLive() const;
 
  private:
-  struct Body;
-  struct Slot;
-  struct Chunk;
-  class Pin;
-  struct Entry;
-  struct Children;
+  using Members = std::map<std::string, PP_Var>;
+  using Items = std::vector<PP_Var>;
+  // A place for one var after another. An id is a generation and a slot's index; the generation
+  // changes when the var dies, which is how the use of a dead var is recognised.
+  struct Slot {
+    std::variant<std::string, Members, Items> value;
+    uint32_t references = 0;
+    uint32_t generation = 1;
+  };
+  struct Children {
+    std::vector<std::string> keys;  // of a dictionary, one for each value
+    std::vector<OwnedVar> values;
+  };
+  using Path = std::vector<int64_t>;  // the containers around a var
 
-  PP_Var Add(std::unique_ptr<Body> body);
-  Slot& SlotAt(uint32_t index) const;  // of a slot that was used
-  Slot* Find(PP_Var var) const;        // null when no such slot was ever used
-  Body& BodyOf(PP_Var var) const;      // of a var to which a reference is held
-  bool TryAddRef(PP_Var var);
-  // The body when this was the last reference; *known is false when the var did not live.
-  std::unique_ptr<Body> DropReference(PP_Var var, bool* known);
-  // Slots that can be used again, for any thread without a lock. False when there is none.
-  bool TakeFreeSlot(uint32_t* index);
-  void Recycle(PP_Var var);
-  void RecordMisuse(const char* operation, PP_Var var, const char* problem);
-  Children ChildrenOf(Body* container);
-  bool Reaches(PP_Var from, PP_Var target);
-  bool AdmitChild(const char* operation, PP_Var container, const Body& body, PP_Var value);
-  void ReleaseChild(PP_Var value);
+  // These need the mutex.
+  Slot* Find(PP_Var var);  // null unless it lives
+  template <class Value>
+  Value* Use(const char* operation, PP_Var var);  // null, with a defect, unless it is such a var
+  bool Take(const char* operation, PP_Var var);
+  void Drop(PP_Var var);
+  template <class Value>
+  PP_Var Insert(Value value);
+  void RecordMisuse(const char* operation, PP_Var var, const std::string& problem);
+
+  // These do not. Containers take over the references of what they hold.
+  PP_Var AddDictionary(Members members);
+  PP_Var AddArray(Items items);
+  std::optional<std::string> TextOf(PP_Var string);
+  std::optional<Children> ChildrenOf(PP_Var container, const Path& path);
   PP_Var MakeVar(const Json& value);
-  PP_Var MakeChild(const Json& value);
-  bool ToJson(PP_Var var, int depth, Json* json);
-  std::optional<PP_Var> DeepCopy(PP_Var var, int depth);
-
-  static constexpr std::size_t kSlotsPerChunk = 1024;
-  static constexpr std::size_t kChunks = 1 << 14;
+  bool ToJson(PP_Var var, Path* path, Json* json);
+  bool Copy(OwnedVar* var, Path* path);
 
   Defects* const defects_;
-  // Chunks are only ever added, so that a slot keeps its address and is found without a lock.
-  std::unique_ptr<std::atomic<Chunk*>[]> chunks_;
-
-  // The first free slot's index + 1 (0: none) in the lower half, and in the upper half the number
-  // of the change, by which a thread sees that others have been here. Each slot names the next.
-  std::atomic<uint64_t> free_{0};
 
   mutable std::mutex mutex_;
-  uint32_t slots_ = 0;  // guarded by mutex_: slots ever used
+  // Guarded by mutex_.
+  std::deque<Slot> slots_;
+  std::vector<uint32_t> free_;  // indices of slots without a var
 };
 
 // One reference to a var, released at the end of the scope.

@@ -1,4 +1,4 @@
-// The platform log on a desktop: one readable line per call.
+// The platform log on a desktop: one printable line per call.
 //
 //   LUMIVEX_DLOG       lowest priority to show: debug, info, warn, error, fatal or a number;
 //                      unset or empty: nothing is written
@@ -11,7 +11,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <climits>
 #include <cstdarg>
 #include <cstdio>
@@ -19,6 +18,8 @@
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include "printable.h"
 
 namespace {
 
@@ -52,7 +53,7 @@ int LowestPriority() {
     return static_cast<int>(number);
   }
   std::fprintf(stderr, "dlog: LUMIVEX_DLOG is \"%s\", which is no priority; errors are shown\n",
-               wanted);
+               lumivex::Printable(wanted).c_str());
   return DLOG_ERROR;
 }
 
@@ -63,7 +64,8 @@ int OpenOutput() {
   }
   const int file = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
   if (file < 0) {
-    std::fprintf(stderr, "dlog: %s: %s; logging to standard error\n", path, std::strerror(errno));
+    std::fprintf(stderr, "dlog: %s: %s; logging to standard error\n",
+                 lumivex::Printable(path).c_str(), std::strerror(errno));
     return STDERR_FILENO;
   }
   return file;
@@ -76,22 +78,6 @@ char LetterOf(int priority) {
     }
   }
   return '?';
-}
-
-// One call is one line: what would break or garble it is written as an escape.
-void AppendText(std::string* line, const char* text) {
-  for (; *text != '\0'; ++text) {
-    const unsigned char c = static_cast<unsigned char>(*text);
-    if (c == '\n') {
-      *line += "\\n";
-    } else if (std::iscntrl(c) != 0) {
-      char escape[5];
-      std::snprintf(escape, sizeof escape, "\\x%02x", c);
-      *line += escape;
-    } else {
-      *line += *text;
-    }
-  }
 }
 
 }  // namespace
@@ -122,10 +108,8 @@ int __dlog_print(int buffer, int priority, const char* tag, const char* format, 
   }
 
   std::string line = "[" + std::to_string(buffer) + "] " + LetterOf(priority) + "/";
-  AppendText(&line, tag == nullptr ? "" : tag);
-  line += ": ";
-  AppendText(&line, text.data());
-  line += '\n';
+  line += lumivex::Printable(tag == nullptr ? "" : tag) + ": ";
+  line += lumivex::Printable(text.data()) + '\n';
   // A single write keeps the lines of concurrent callers apart.
   return static_cast<int>(write(output, line.data(), line.size()));
 }

@@ -19,7 +19,6 @@ void FetchInterfaces(const Module& module) {
   Fetch(module, PPB_CORE_INTERFACE, &browser_interfaces.core);
   Fetch(module, PPB_VAR_INTERFACE, &browser_interfaces.var);
   Fetch(module, PPB_VAR_DICTIONARY_INTERFACE, &browser_interfaces.dictionary);
-  Fetch(module, PPB_VAR_ARRAY_INTERFACE, &browser_interfaces.array);
   Fetch(module, PPB_MESSAGING_INTERFACE, &browser_interfaces.messaging);
   Fetch(module, PPB_MESSAGELOOP_INTERFACE, &browser_interfaces.message_loop);
 }

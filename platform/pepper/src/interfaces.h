@@ -5,7 +5,6 @@
 #include "ppapi/c/ppb_message_loop.h"
 #include "ppapi/c/ppb_messaging.h"
 #include "ppapi/c/ppb_var.h"
-#include "ppapi/c/ppb_var_array.h"
 #include "ppapi/c/ppb_var_dictionary.h"
 
 namespace pp {
@@ -18,7 +17,6 @@ struct Interfaces {
   const PPB_Core* core;
   const PPB_Var* var;
   const PPB_VarDictionary* dictionary;
-  const PPB_VarArray* array;
   const PPB_Messaging* messaging;
   const PPB_MessageLoop* message_loop;
 };

@@ -22,12 +22,7 @@ MessageLoop::MessageLoop(PassRef, PP_Resource loop) : Resource(PASS_REF, loop) {
 
 MessageLoop::MessageLoop(PP_Resource loop) : Resource(loop) {}
 
-// The browser keeps what these two name; they add a reference of their own.
-MessageLoop MessageLoop::GetForMainThread() {
-  return MessageLoop(
-      Browser().message_loop == nullptr ? 0 : Browser().message_loop->GetForMainThread());
-}
-
+// The browser keeps what it names; this adds a reference of its own.
 MessageLoop MessageLoop::GetCurrent() {
   return MessageLoop(Browser().message_loop == nullptr ? 0 : Browser().message_loop->GetCurrent());
 }

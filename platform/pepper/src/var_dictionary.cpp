@@ -29,20 +29,9 @@ bool VarDictionary::Set(const Var& key, const Var& value) {
          Browser().dictionary->Set(var_, key.pp_var(), value.pp_var()) != PP_FALSE;
 }
 
-void VarDictionary::Delete(const Var& key) {
-  if (Browser().dictionary != nullptr) {
-    Browser().dictionary->Delete(var_, key.pp_var());
-  }
-}
-
 bool VarDictionary::HasKey(const Var& key) const {
   return Browser().dictionary != nullptr &&
          Browser().dictionary->HasKey(var_, key.pp_var()) != PP_FALSE;
-}
-
-VarArray VarDictionary::GetKeys() const {
-  return Browser().dictionary == nullptr ? VarArray()
-                                         : VarArray(PASS_REF, Browser().dictionary->GetKeys(var_));
 }
 
 }  // namespace pp

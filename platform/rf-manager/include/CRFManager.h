@@ -6,9 +6,9 @@
 // The broadcast tuner service, librf-manager.so. The exported names and parameter lists are a
 // binary contract: another implementation of the library may take the place of ours at run time.
 //
-// Threads: every function may be called on any thread. Events come on one thread of the service,
-// which holds no lock meanwhile: a listener may call the tuner from inside OnEvent. That thread
-// exists only while somebody holds a tuner instance.
+// Threads: every function may be called on any thread. Each instance has a thread for its events,
+// which holds no lock meanwhile: a listener may call the tuner from inside OnEvent, but for the
+// release.
 //
 // Each successful GetInstance gives a front end of its own: its channel type, tuned service and
 // selected tracks are not shared, and its listener gets the events of its own tunes only. The
@@ -52,22 +52,17 @@ class CRFManager {
   static CRFManager* GetInstance(const char* applicationId, bool, _Eo_Opaque*);
 
   // Gives one instance back; without an instance to give back it does nothing. Once it has
-  // returned, the instance's listener is not called any more and may be deleted: it waits for an
-  // OnEvent that is under way, so hold no lock that OnEvent needs. Called from inside OnEvent it
-  // does not wait. The last release also waits for the service's thread to end.
+  // returned, the instance's thread has ended and its listener may be deleted: it waits for an
+  // OnEvent that is under way, so hold no lock that OnEvent needs.
   //
-  // It has no argument, so the caller's thread tells whose instance is meant: one that this thread
-  // obtained; else one whose obtaining thread has ended; else any. Release on the thread that
-  // obtained the instance, or after that thread has been joined, and it is always your own.
-  // Where several instances fit, all of them keep silent until it is clear which is meant: a call
-  // through one of them shows that this one is still held, and it works on, late events included.
+  // It has no argument: it means the oldest instance whose obtaining thread has ended; else the
+  // newest.
   static void ReleaseInstance();
 
   // All of the following answer true on success; false for an instance that was released, and for
-  // a null or unknown argument. On failure outputs and state stay as they were.
+  // an unknown argument. On failure outputs and state stay as they were.
 
-  // Replaces the previous listener; does not return while that one is being called, except inside
-  // OnEvent. The listener stays the caller's and must live until ReleaseInstance has returned.
+  // The listener stays the caller's and must live until ReleaseInstance has returned.
   bool RegisterRFEventHandler(IEventListener* listener);
   bool SetSubtitleWindowSubsurface(unsigned int windowId);
   // False before a window was set.

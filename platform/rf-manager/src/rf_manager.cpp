@@ -23,9 +23,6 @@ bool UseTuned(const CRFManager* handle, Action action) {
 
 template <typename Output, typename Value>
 bool Store(Output* output, const Value& value) {
-  if (output == nullptr) {
-    return false;
-  }
   *output = static_cast<Output>(value);
   return true;
 }

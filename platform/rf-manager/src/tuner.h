@@ -30,7 +30,9 @@ struct Lease {
   CRFManager handle;  // its address is what the caller holds
   std::shared_ptr<Application> application;
   std::shared_ptr<const std::atomic<bool>> obtainer_ended;  // one for each obtaining thread
-  bool in_doubt = false;  // a release may have meant this lease: its listener is not called
+  std::thread thread;                                       // reports its tunes
+  std::condition_variable changed;
+  bool is_released = false;
 
   IEventListener* listener = nullptr;
   std::optional<unsigned int> subtitle_window;
@@ -42,7 +44,7 @@ struct Lease {
   unsigned int subtitle_index = 0;
 };
 
-// All leases, and the thread that reports their tunes.
+// All leases.
 class Tuner {
  public:
   Tuner() = default;
@@ -67,25 +69,14 @@ class Tuner {
  private:
   using Lock = std::unique_lock<std::mutex>;
 
-  // These are called with the mutex held; those that take the lock let go of it while they wait.
+  // With the mutex held, but while the listener is called.
   Lease* Find(const CRFManager* handle);
-  void SettleDoubts();
-  bool OnEventThread() const { return std::this_thread::get_id() == event_thread_.get_id(); }
-  void WaitWhileCalled(Lock& lock, const IEventListener* listener);
-  void EndEventThreadIfUnused(Lock& lock);
-  void FinishTune(Lock& lock, Lease& lease);
+  static void FinishTune(Lock* lock, Lease* lease);
 
-  void RunEventThread();
+  void RunEventThread(Lease* lease);
 
   std::mutex mutex_;
-  std::condition_variable wake_;     // the event thread has something new to look at
-  std::condition_variable settled_;  // a call of a listener or the event thread has ended
-  std::list<Lease> leases_;          // in the order in which they were obtained
-  std::list<Lease> retired_;         // kept a while so that no new lease gets a stale handle
-  std::size_t owed_ = 0;             // how many of the leases in doubt have been released
-  std::thread event_thread_;
-  bool event_thread_runs_ = false;
-  const IEventListener* being_called_ = nullptr;
+  std::list<Lease> leases_;  // in the order in which they were obtained
 };
 
 }  // namespace rf_manager

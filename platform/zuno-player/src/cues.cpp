@@ -3,163 +3,143 @@
 #include <glib.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <string_view>
 #include <utility>
+
+#include "gst_ptr.h"
 
 namespace zuno {
 namespace {
 
 constexpr std::string_view kArrow = "-->";
 
-std::string_view Trim(std::string_view text) {
-  const std::size_t begin = text.find_first_not_of(" \t");
-  if (begin == std::string_view::npos) {
-    return {};
-  }
-  return text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
-}
+// [hours:]minutes:seconds.milliseconds twice. SRT is written by hand.
+constexpr char kWebVttTimes[] = R"(^[ \t\f]*(?:(\d{1,9}):)?([0-5]\d):([0-5]\d)\.(\d{3})[ \t\f]*-->)"
+                                R"([ \t\f]*(?:(\d{1,9}):)?([0-5]\d):([0-5]\d)\.(\d{3})(?!\d))";
+constexpr char kSrtTimes[] =
+    R"(^[ \t\f]*(?:(\d{1,9}):)?([0-5]?\d):([0-5]?\d)(?:[,.](\d{0,3})\d*)?[ \t\f]*-->)"
+    R"([ \t\f]*(?:(\d{1,9}):)?([0-5]?\d):([0-5]?\d)(?:[,.](\d{0,3})\d*)?)";
 
-// Lines ended by LF, CR or CR LF.
-std::vector<std::string_view> SplitLines(std::string_view text) {
-  std::vector<std::string_view> lines;
-  while (!text.empty()) {
-    const std::size_t end = text.find_first_of("\r\n");
-    lines.push_back(text.substr(0, end));
-    if (end == std::string_view::npos) {
-      break;
-    }
-    text.remove_prefix(end + (text.substr(end, 2) == "\r\n" ? 2 : 1));
-  }
-  return lines;
-}
-
-// Takes 1 to maxDigits digits off the front.
-std::optional<std::int64_t> TakeNumber(std::string_view* text, std::size_t max_digits) {
-  std::int64_t value = 0;
-  std::size_t count = 0;
-  while (count < text->size() && count < max_digits && (*text)[count] >= '0' &&
-         (*text)[count] <= '9') {
-    value = value * 10 + ((*text)[count] - '0');
-    ++count;
-  }
-  if (count == 0) {
-    return std::nullopt;
-  }
-  text->remove_prefix(count);
-  return value;
-}
-
-bool TakeChar(std::string_view* text, std::string_view choices) {
-  if (text->empty() || choices.find(text->front()) == std::string_view::npos) {
-    return false;
-  }
-  text->remove_prefix(1);
-  return true;
-}
-
-// [hours:]minutes:seconds[.,]milliseconds
-std::optional<std::int64_t> TakeTime(std::string_view* text) {
-  std::int64_t fields[3] = {0, 0, 0};
-  int count = 0;
-  do {
-    const std::optional<std::int64_t> number = TakeNumber(text, 6);
-    if (!number || count == 3) {
-      return std::nullopt;
-    }
-    fields[count++] = *number;
-  } while (TakeChar(text, ":"));
-  if (count < 2 || !TakeChar(text, ",.")) {
-    return std::nullopt;
-  }
-  const std::size_t before = text->size();
-  std::optional<std::int64_t> fraction = TakeNumber(text, 3);
-  if (!fraction) {
-    return std::nullopt;
-  }
-  for (std::size_t digits = before - text->size(); digits < 3; ++digits) {
-    *fraction *= 10;
-  }
-  const std::int64_t hours = count == 3 ? fields[0] : 0;
-  const std::int64_t minutes = fields[count - 2];
-  const std::int64_t seconds = fields[count - 1];
-  if (minutes > 59 || seconds > 59) {
-    return std::nullopt;
-  }
-  return ((hours * 60 + minutes) * 60 + seconds) * 1000 + *fraction;
+GRegex* MakePattern(const char* pattern) {
+  constexpr auto kFlags = static_cast<GRegexCompileFlags>(G_REGEX_RAW | G_REGEX_OPTIMIZE);
+  return g_regex_new(pattern, kFlags, static_cast<GRegexMatchFlags>(0), nullptr);
 }
 
 // "start --> end", with settings behind it.
-bool ParseTimeLine(std::string_view line, Cue* cue) {
-  line = Trim(line);
-  const std::optional<std::int64_t> start = TakeTime(&line);
-  line = Trim(line);
-  if (!start || line.substr(0, kArrow.size()) != kArrow) {
-    return false;
+bool ParseTimeLine(std::string_view line, bool webvtt, Cue* cue) {
+  static GRegex* const webvtt_times = MakePattern(kWebVttTimes);
+  static GRegex* const srt_times = MakePattern(kSrtTimes);
+  GMatchInfo* info = nullptr;
+  const bool matches =
+      g_regex_match_full(webvtt ? webvtt_times : srt_times, line.data(),
+                         static_cast<gssize>(line.size()), 0, static_cast<GRegexMatchFlags>(0),
+                         &info, nullptr) != FALSE;
+  const std::unique_ptr<GMatchInfo, Releaser<g_match_info_free>> owned(info);
+  std::int64_t times[2] = {0, 0};
+  for (int i = 0; matches && i < 8; ++i) {
+    const CharPtr field(g_match_info_fetch(info, i + 1));
+    std::string digits(field == nullptr ? "" : field.get());
+    const bool fraction = i % 4 == 3;
+    digits.resize(fraction ? 3 : digits.size(), '0');
+    times[i / 4] = times[i / 4] * (fraction ? 1000 : 60) + std::atoll(digits.c_str());
   }
-  line = Trim(line.substr(kArrow.size()));
-  const std::optional<std::int64_t> end = TakeTime(&line);
-  if (!end || *end <= *start || !(line.empty() || line.front() == ' ' || line.front() == '\t')) {
-    return false;
-  }
-  cue->start_ms = *start;
-  cue->end_ms = *end;
-  return true;
+  cue->start_ms = times[0];
+  cue->end_ms = times[1];
+  return matches && (webvtt || cue->end_ms > cue->start_ms);
 }
 
-void AppendUtf8(unsigned long code, std::string* text) {
-  char bytes[6];
-  if (code == 0 || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
-    code = 0xFFFD;
+bool IsBlank(std::string_view line) {
+  return line.find_first_not_of(" \t\f") == std::string_view::npos;
+}
+
+// The number that stands before a cue.
+bool IsNumber(std::string_view line) {
+  return !IsBlank(line) && line.find_first_not_of(" \t\f0123456789") == std::string_view::npos;
+}
+
+std::string_view TakeLine(std::string_view* text) {
+  const std::string_view line = text->substr(0, text->find('\n'));
+  text->remove_prefix(std::min(line.size() + 1, text->size()));
+  return line;
+}
+
+std::string FromCharset(const std::string& text, const char* charset) {
+  gsize read = 0;
+  gsize length = 0;
+  const auto size = static_cast<gssize>(text.size());
+  const CharPtr utf8(g_convert(text.data(), size, "UTF-8", charset, &read, &length, nullptr));
+  return utf8 != nullptr ? std::string(utf8.get(), length)
+                         : CharPtr(g_utf8_make_valid(text.data(), size)).get();
+}
+
+// As UTF-8 without NUL, lines ended by '\n'. UTF-16 is known by its byte order mark; what is not
+// UTF-8 either is taken for Windows-1252.
+std::string Decode(const std::string& file) {
+  const std::string mark = file.substr(0, 2);
+  const bool utf16 = mark == "\xFF\xFE" || mark == "\xFE\xFF";
+  std::string text;
+  char previous = '\0';
+  for (const char next : utf16 ? FromCharset(file, "UTF-16") : file) {
+    if (next == '\0') {
+      text += "\uFFFD";
+    } else if (next != '\n' || previous != '\r') {
+      text += next == '\r' ? '\n' : next;
+    }
+    previous = next;
   }
-  text->append(bytes,
-               static_cast<std::size_t>(g_unichar_to_utf8(static_cast<gunichar>(code), bytes)));
+  if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) == FALSE) {
+    text = FromCharset(text, "WINDOWS-1252");
+  }
+  text.erase(text.find_last_not_of("\n\x1A") + 1);  // some editors end a file with Ctrl-Z
+  return text.compare(0, 3, "\uFEFF") == 0 ? text.substr(3) : text;
 }
 
 // Resolves the character reference that begins at text[at] and answers where it ends; a '&' that
 // begins none stands for itself.
-std::size_t AppendReference(std::string_view text, std::size_t at, std::string* out) {
+std::size_t AppendReference(const std::string& text, std::size_t at, std::string* out) {
   static constexpr std::pair<std::string_view, std::string_view> kNamed[] = {
       {"&amp;", "&"},  {"&lt;", "<"},        {"&gt;", ">"},       {"&quot;", "\""},
       {"&apos;", "'"}, {"&nbsp;", "\u00a0"}, {"&lrm;", "\u200e"}, {"&rlm;", "\u200f"},
   };
   for (const auto& [name, value] : kNamed) {
-    if (text.substr(at, name.size()) == name) {
+    if (text.compare(at, name.size(), name) == 0) {
       out->append(value);
       return at + name.size();
     }
   }
-  const std::size_t end = text.find(';', at);
-  if (text.substr(at, 2) == "&#" && end != std::string_view::npos && end - at <= 10) {
-    std::string digits(text.substr(at + 2, end - at - 2));
-    const bool hex = !digits.empty() && (digits[0] == 'x' || digits[0] == 'X');
-    if (hex) {
-      digits.erase(0, 1);
-    }
-    const char* allowed = hex ? "0123456789abcdefABCDEF" : "0123456789";
-    if (!digits.empty() && digits.find_first_not_of(allowed) == std::string::npos) {
-      AppendUtf8(std::stoul(digits, nullptr, hex ? 16 : 10), out);
-      return end + 1;
+  const bool hex = text.compare(at, 3, "&#x") == 0 || text.compare(at, 3, "&#X") == 0;
+  const char* digits = text.c_str() + at + (hex ? 3 : 2);
+  if (text.compare(at, 2, "&#") == 0 && g_ascii_isxdigit(*digits)) {
+    char* end = nullptr;
+    const guint64 code = g_ascii_strtoull(digits, &end, hex ? 16 : 10);
+    if (end != digits && *end == ';') {
+      char bytes[6];
+      const bool valid = code > 0 && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
+      const int length = g_unichar_to_utf8(valid ? static_cast<gunichar>(code) : 0xFFFD, bytes);
+      out->append(bytes, static_cast<std::size_t>(length));
+      return static_cast<std::size_t>(end - text.c_str()) + 1;
     }
   }
   out->push_back('&');
   return at + 1;
 }
 
-// A '<' opens a tag only before a letter, '/' or a time, so that "1 < 2" keeps its sign.
-bool OpensTag(std::string_view text, std::size_t at) {
-  const char next = at + 1 < text.size() ? text[at + 1] : ' ';
-  return (g_ascii_isalnum(next) || next == '/') && text.find('>', at) != std::string_view::npos;
-}
-
 }  // namespace
 
 std::string StripMarkup(const std::string& text) {
+  // Where the last tag can end: what opens behind it is never closed and stands for itself.
+  const std::size_t last_tag_end = text.rfind('>');
+  const std::size_t last_brace = text.rfind('}');
   std::string plain;
   std::size_t at = 0;
   while (at < text.size()) {
-    if (text[at] == '<' && OpensTag(text, at)) {
+    const char next = at + 1 < text.size() ? text[at + 1] : ' ';
+    const auto closed_by = [at](std::size_t end) { return end != std::string::npos && end > at; };
+    // A '<' opens a tag only before a letter, '/' or a time, so that "1 < 2" keeps its sign.
+    if (text[at] == '<' && (g_ascii_isalnum(next) || next == '/') && closed_by(last_tag_end)) {
       at = text.find('>', at) + 1;
-    } else if (text.compare(at, 2, "{\\") == 0 && text.find('}', at) != std::string::npos) {
+    } else if (text[at] == '{' && next == '\\' && closed_by(last_brace)) {
       at = text.find('}', at) + 1;
     } else if (text[at] == '&') {
       at = AppendReference(text, at, &plain);
@@ -171,91 +151,113 @@ std::string StripMarkup(const std::string& text) {
 }
 
 std::optional<std::vector<Cue>> ParseCues(const std::string& file) {
-  if (file.find('\0') != std::string::npos ||
-      g_utf8_validate(file.data(), static_cast<gssize>(file.size()), nullptr) == FALSE) {
-    return std::nullopt;
-  }
-  std::string_view text = file;
-  if (text.substr(0, 3) == "\xEF\xBB\xBF") {
-    text.remove_prefix(3);
-  }
-  const std::vector<std::string_view> lines = SplitLines(text);
-  const bool webvtt =
-      !lines.empty() && (lines[0] == "WEBVTT" || lines[0].substr(0, 7) == "WEBVTT " ||
-                         lines[0].substr(0, 7) == "WEBVTT\t");
-
-  std::vector<Cue> cues;
-  std::size_t at = 0;
-  while (at < lines.size()) {
-    if (Trim(lines[at]).empty()) {
-      ++at;
-      continue;
-    }
-    std::size_t end = at;
-    while (end < lines.size() && !Trim(lines[end]).empty()) {
-      ++end;
-    }
-    // The time line is the block's first line, or its second after a number or a name.
-    std::size_t time_line = at;
-    if (lines[at].find(kArrow) == std::string_view::npos) {
-      ++time_line;
-    }
-    const bool has_times =
-        time_line < end && lines[time_line].find(kArrow) != std::string_view::npos;
-    Cue cue = {0, 0, {}};
-    if (has_times) {
-      if (!ParseTimeLine(lines[time_line], &cue)) {
-        return std::nullopt;
-      }
-      for (std::size_t line = time_line + 1; line < end; ++line) {
-        cue.text += (cue.text.empty() ? "" : "\n") + std::string(lines[line]);
-      }
-      cue.text = StripMarkup(cue.text);
-      if (!cue.text.empty()) {
-        cues.push_back(std::move(cue));
-      }
-    } else if (!webvtt) {
+  const std::string text = Decode(file);
+  std::string_view rest = text;
+  const bool webvtt = rest.substr(0, 6) == "WEBVTT";
+  if (webvtt) {
+    const std::string_view name = TakeLine(&rest);
+    if (name.size() > 6 && name[6] != ' ' && name[6] != '\t') {
       return std::nullopt;
     }
-    at = end;
+  }
+  std::vector<Cue> cues;
+  bool open = false;  // the lines that follow are the last cue's text
+  std::string_view previous;
+  while (!rest.empty()) {
+    const std::string_view line = TakeLine(&rest);
+    if (line.find(kArrow) != std::string_view::npos) {
+      if (open && !webvtt && IsNumber(previous)) {
+        cues.back().text.resize(cues.back().text.size() - previous.size() - 1);
+      }
+      Cue cue = {0, 0, {}};
+      open = ParseTimeLine(line, webvtt, &cue);
+      if (open) {
+        cues.push_back(std::move(cue));
+      }
+    } else if (webvtt ? line.empty() : IsNumber(line) && IsBlank(previous)) {
+      open = false;
+    } else if (open) {
+      cues.back().text.append(line).push_back('\n');
+    }
+    previous = line;
   }
   if (cues.empty() && !webvtt) {
     return std::nullopt;
+  }
+  for (Cue& cue : cues) {
+    cue.text.erase(cue.text.find_last_not_of(webvtt ? "\n" : "\n \t\f") + 1);
+    cue.text = StripMarkup(cue.text.erase(0, cue.text.find_first_not_of('\n')));
   }
   std::stable_sort(cues.begin(), cues.end(),
                    [](const Cue& a, const Cue& b) { return a.start_ms < b.start_ms; });
   return cues;
 }
 
-void CueSchedule::Load(std::vector<Cue> cues) {
-  cues_ = std::move(cues);
-  loaded_ = true;
-  Restart(0);
-}
-
-void CueSchedule::Clear() {
-  cues_.clear();
-  loaded_ = false;
+void CueSchedule::Load(std::optional<std::vector<Cue>> cues) {
+  const auto never_shows = [](const Cue& cue) {
+    return cue.end_ms <= cue.start_ms || cue.text.empty();
+  };
+  loaded_ = cues.has_value();
+  cues_ = std::move(cues).value_or(std::vector<Cue>());
+  cues_.erase(std::remove_if(cues_.begin(), cues_.end(), never_shows), cues_.end());
   Restart(0);
 }
 
 void CueSchedule::Restart(std::int64_t position_ms) {
   next_ = 0;
   anchor_ms_ = position_ms;
+  outdated_ = outdated_ || !showing_.empty();
+  showing_.clear();
 }
 
-std::vector<std::string> CueSchedule::TakeDue(std::int64_t position_ms) {
+std::vector<std::string> CueSchedule::TakeDue(std::int64_t position_ms,
+                                              const std::vector<Cue>& arrived) {
+  const auto over = [&](const Cue& cue) {
+    return cue.end_ms <= position_ms || (cue.end_ms == kOpenEnd && !arrived.empty());
+  };
+  const auto remaining = std::remove_if(showing_.begin(), showing_.end(), over);
+  outdated_ = outdated_ || remaining != showing_.end();
+  showing_.erase(remaining, showing_.end());
+
   std::vector<std::string> texts;
+  const auto begin = [&](const Cue& cue) {
+    texts.push_back(cue.text);
+    outdated_ = cue.end_ms <= position_ms;
+    if (!outdated_) {
+      showing_.push_back(cue);
+    }
+  };
+  for (const Cue& cue : arrived) {
+    const auto same = [&cue](const Cue& other) {
+      return cue.start_ms == other.start_ms && cue.text == other.text;
+    };
+    if (cue.end_ms > position_ms && !cue.text.empty() &&
+        std::none_of(showing_.begin(), showing_.end(), same)) {
+      begin(cue);
+    }
+  }
   for (; next_ < cues_.size() && cues_[next_].start_ms <= position_ms; ++next_) {
     if (cues_[next_].end_ms > anchor_ms_) {
-      texts.push_back(cues_[next_].text);
+      begin(cues_[next_]);
     }
+  }
+  if (outdated_) {
+    std::string rest;
+    for (const Cue& cue : showing_) {
+      rest += (rest.empty() ? "" : "\n") + cue.text;
+    }
+    texts.push_back(std::move(rest));
+    outdated_ = false;
   }
   return texts;
 }
 
-std::optional<std::int64_t> CueSchedule::NextStart() const {
-  return next_ < cues_.size() ? std::optional<std::int64_t>(cues_[next_].start_ms) : std::nullopt;
+std::int64_t CueSchedule::NextChange() const {
+  std::int64_t next = next_ < cues_.size() ? cues_[next_].start_ms : kOpenEnd;
+  for (const Cue& cue : showing_) {
+    next = std::min(next, cue.end_ms);
+  }
+  return next;
 }
 
 }  // namespace zuno

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,30 +19,40 @@ struct Cue {
 // The text without its tags ("<i>", "{\an8}") and with its character references resolved.
 std::string StripMarkup(const std::string& text);
 
-// Reads SRT or WebVTT, told apart by WebVTT's first line. The cues come in order of their start.
-// Nothing when the text is neither: no cue at all in an SRT file, a broken or missing time line, a
-// cue that does not end after its start, bytes that are not UTF-8. A WebVTT file without cues is
-// valid. Blocks without a time line (notes, styles) are passed over in WebVTT only.
+// Reads SRT or WebVTT, told apart by WebVTT's first line, in UTF-8, UTF-16 with a byte order mark
+// or else Windows-1252. The cues come in order of their start. A cue without a proper time line is
+// lost, together with its text. WebVTT is read by the W3C's rules, by which a cue may also be empty
+// or end before it starts. In SRT a blank line ends a cue only when a number follows it.
+// Nothing when the text is neither: WebVTT's name with more letters, or no cue at all in any other
+// text. Takes linear time.
 std::optional<std::vector<Cue>> ParseCues(const std::string& file);
 
-// Tells which cues to show as the position of playback goes on. Takes no lock.
+// The end of a cue that shows until the next one.
+constexpr std::int64_t kOpenEnd = std::numeric_limits<std::int64_t>::max();
+
+// Tells what to show as the position of playback goes on: the cues of a file, which are loaded, and
+// those of the medium, which arrive when they begin. Takes no lock.
 class CueSchedule {
  public:
-  void Load(std::vector<Cue> cues);
-  void Clear();
+  // Nothing takes the file away.
+  void Load(std::optional<std::vector<Cue>> cues);
   bool loaded() const { return loaded_; }
-  // Playback goes on from this position: cues that have not ended by then are due again.
+  // Playback goes on from this position: nothing shows any longer, and the file's cues that have
+  // not ended by then are due again.
   void Restart(std::int64_t position_ms);
-  // The texts whose time has come, each once.
-  std::vector<std::string> TakeDue(std::int64_t position_ms);
-  // When the next cue begins.
-  std::optional<std::int64_t> NextStart() const;
+  // The texts to show now, one after the other: of each cue that has begun, once; or, when cues
+  // have ended and none has begun, of those that remain, which is empty when there are none.
+  std::vector<std::string> TakeDue(std::int64_t position_ms, const std::vector<Cue>& arrived);
+  // When the next cue begins or ends; kOpenEnd for never.
+  std::int64_t NextChange() const;
 
  private:
   std::vector<Cue> cues_;
   std::size_t next_ = 0;
   std::int64_t anchor_ms_ = 0;
   bool loaded_ = false;
+  std::vector<Cue> showing_;
+  bool outdated_ = false;  // the text sent last shows no longer
 };
 
 }  // namespace zuno

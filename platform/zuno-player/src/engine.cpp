@@ -6,10 +6,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <system_error>
 #include <utility>
 
+#include "bitrates.h"
+#include "dlog.h"
+#include "errors.h"
 #include "handover.h"
-#include "hls_playlist.h"
 #include "source.h"
 
 namespace zuno {
@@ -23,74 +27,19 @@ constexpr milliseconds kCueIntervalMin(5);
 constexpr milliseconds kCueIntervalMax(250);
 constexpr milliseconds kBusInterval(20);
 constexpr milliseconds kOpenLimit(10000);
+constexpr milliseconds kQuietLimit(800);
 constexpr milliseconds kSeekLimit(5000);
 constexpr milliseconds kPauseLimit(1000);
 constexpr milliseconds kFetchLimit(5000);
 constexpr milliseconds kStallLimit(10000);
+constexpr std::int64_t kSeekToleranceMs = 300;
+constexpr std::int64_t kLostEndMs = 300;
 constexpr float kSlowest = 1.0F / 16;
 constexpr float kFastest = 16;
 constexpr std::size_t kTextFileLimit = std::size_t{8} << 20U;
 
-constexpr int kStreamAudio = 1;
-constexpr int kStreamVideo = 3;
 constexpr int kStreamText = 4;
 constexpr int kStreamTimedText = 5;
-
-std::optional<TrackKind> KindOf(int stream_type) {
-  switch (stream_type) {
-    case kStreamAudio:
-      return TrackKind::kAudio;
-    case kStreamVideo:
-      return TrackKind::kVideo;
-    case kStreamText:
-      return TrackKind::kText;
-    default:
-      return std::nullopt;
-  }
-}
-
-// Nothing when the medium has no such track.
-std::optional<TrackKind> KindOfTrack(const Pipeline& pipeline, int stream_type, int index) {
-  const std::optional<TrackKind> kind = KindOf(stream_type);
-  const bool exists = kind && index >= 0 && index < pipeline.TrackCount(*kind);
-  return exists ? kind : std::nullopt;
-}
-
-Message MessageOfError(const handover::Error& error, bool network, bool from_source) {
-  // A source that cannot reach its server may say no more than that its stream has failed.
-  if (network && from_source) {
-    return kMessageNetworkError;
-  }
-  if (error.domain == GST_RESOURCE_ERROR) {
-    switch (error.code) {
-      case GST_RESOURCE_ERROR_NOT_FOUND:
-      case GST_RESOURCE_ERROR_OPEN_READ:
-      case GST_RESOURCE_ERROR_READ:
-      case GST_RESOURCE_ERROR_SEEK:
-      case GST_RESOURCE_ERROR_NOT_AUTHORIZED:
-        return network ? kMessageNetworkError : kMessageSourceError;
-      default:
-        return network ? kMessageNetworkError : kMessageOtherError;
-    }
-  }
-  if (error.domain == GST_STREAM_ERROR) {
-    switch (error.code) {
-      case GST_STREAM_ERROR_CODEC_NOT_FOUND:
-        return kMessageCodecError;
-      case GST_STREAM_ERROR_DECODE:
-        return kMessageDecodeError;
-      case GST_STREAM_ERROR_DECRYPT:
-      case GST_STREAM_ERROR_DECRYPT_NOKEY:
-        return kMessageEncryptedError;
-      default:
-        return kMessageFormatError;
-    }
-  }
-  if (error.domain == GST_CORE_ERROR && error.code == GST_CORE_ERROR_MISSING_PLUGIN) {
-    return kMessageCodecError;
-  }
-  return kMessageOtherError;
-}
 
 bool InitGstreamer() {
   static const bool initialised = gst_init_check(nullptr, nullptr, nullptr) != FALSE;
@@ -99,82 +48,79 @@ bool InitGstreamer() {
 
 // A timed text file, local or from a server.
 std::optional<std::string> ReadTextFile(const std::string& source) {
-  const std::optional<std::string> path = LocalPath(source);
-  if (!path) {
-    return IsNetworkUri(source) ? FetchText(source, "", kTextFileLimit, kFetchLimit) : std::nullopt;
-  }
-  char* contents = nullptr;
-  gsize length = 0;
-  // Anything but a regular file could block or never end.
-  if (g_file_test(path->c_str(), G_FILE_TEST_IS_REGULAR) == FALSE ||
-      g_file_get_contents(path->c_str(), &contents, &length, nullptr) == FALSE) {
-    return std::nullopt;
-  }
-  const CharPtr owned(contents);
-  return length > kTextFileLimit ? std::nullopt
-                                 : std::optional<std::string>(std::string(contents, length));
-}
-
-std::string BaseName(const std::string& path) {
-  return path.substr(path.find_last_of('/') + 1);
+  const std::optional<std::string> uri = SourceUri(source);
+  return uri && IsReadable(*uri) ? FetchText(*uri, kTextFileLimit, kFetchLimit) : std::nullopt;
 }
 
 // "film.deu.srt" states its language, "film.srt" does not.
 std::string LanguageInName(const std::string& name) {
   const std::size_t end = name.rfind('.');
-  const std::size_t begin = end == std::string::npos || end == 0 ? end : name.rfind('.', end - 1);
-  if (begin == std::string::npos) {
-    return "und";
-  }
-  const std::string code = name.substr(begin + 1, end - begin - 1);
-  const bool letters = std::all_of(code.begin(), code.end(),
-                                   [](char letter) { return g_ascii_islower(letter) != FALSE; });
+  const std::size_t begin = name.substr(0, end).rfind('.') + 1;
+  const std::string code = begin == 0 ? "" : name.substr(begin, end - begin);
+  const bool letters = code.find_first_not_of("abcdefghijklmnopqrstuvwxyz") == std::string::npos;
   return letters && (code.size() == 2 || code.size() == 3) ? code : "und";
 }
 
 }  // namespace
 
-// Keeps other operations out while one waits without the lock. Made and ended with the lock held.
-class Engine::Busy {
+// The right to work with the pipeline, for as long as this lives. An operation waits for the
+// control thread's turn, which is short, and is refused during another's. Made and ended with the
+// lock held.
+class Engine::Turn {
  public:
-  explicit Busy(Engine* engine) : engine_(engine) { engine_->busy_ = true; }
-  ~Busy() {
-    engine_->busy_ = false;
-    engine_->Wake();
+  Turn(Engine* engine, Lock* lock, Holder holder) : engine_(engine) {
+    engine->changed_.wait(*lock, [engine] { return engine->holder_ != Holder::kControl; });
+    granted_ = engine->holder_ == Holder::kNobody && !engine->quit_;
+    if (granted_) {
+      if (engine->IsLoaded()) {
+        engine->CurrentPosition();  // the last known one, while an operation has the turn
+      }
+      engine->holder_ = holder;
+    }
   }
-  Busy(const Busy&) = delete;
-  Busy& operator=(const Busy&) = delete;
+  ~Turn() {
+    if (granted_) {
+      if (engine_->holder_ == Holder::kOperation) {
+        engine_->Wake();  // the control thread left the bus alone
+      }
+      engine_->holder_ = Holder::kNobody;
+      engine_->changed_.notify_all();
+    }
+  }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+  explicit operator bool() const { return granted_; }
 
  private:
   Engine* const engine_;
+  bool granted_ = false;
 };
 
-// Halts what plays while the pipeline jumps. Buffering pauses the pipeline, and one that is paused
-// after it has gone back to zero for the jump, but has not yet come to rest, takes the time that it
-// had been playing for along to its new place. Made and ended with the lock held.
-class Engine::Standstill {
+// The lock and the turn of an operation, which begins with what the bus has to say.
+class Engine::Operation {
  public:
-  explicit Standstill(Engine* engine) : engine_(engine) {
-    if (MayPlay()) {
-      engine_->pipeline_->Pause();
+  explicit Operation(Engine* engine)
+      : lock_(engine->mutex_), turn_(engine, &lock_, Holder::kOperation) {
+    if (turn_) {
+      engine->DrainBus(&lock_);
     }
   }
-  ~Standstill() {
-    if (MayPlay()) {
-      engine_->pipeline_->Play();
-    }
-  }
-  Standstill(const Standstill&) = delete;
-  Standstill& operator=(const Standstill&) = delete;
+  explicit operator bool() const { return static_cast<bool>(turn_); }
+  Lock* lock() { return &lock_; }
 
  private:
-  bool MayPlay() const {
-    return engine_->pipeline_ != nullptr && engine_->state_ == State::kPlaying &&
-           !engine_->buffering_;
-  }
-
-  Engine* const engine_;
+  Lock lock_;
+  const Turn turn_;
 };
+
+// Lets others use the engine while GStreamer takes its time. Only who has the turn may do so.
+template <typename Call>
+auto Engine::Unlocked(Lock* lock, Call call) {
+  lock->unlock();
+  auto result = call(pipeline_.get());
+  lock->lock();
+  return result;
+}
 
 std::shared_ptr<Engine> Engine::Start() {
   if (!InitGstreamer()) {
@@ -184,7 +130,11 @@ std::shared_ptr<Engine> Engine::Start() {
   if (engine->wake_fd_ < 0) {
     return nullptr;
   }
-  engine->thread_ = std::thread([engine] { engine->Run(); });
+  try {
+    engine->thread_ = std::thread([engine] { engine->Run(); });
+  } catch (const std::system_error&) {
+    return nullptr;
+  }
   return engine;
 }
 
@@ -209,23 +159,23 @@ void Engine::ShutDown() {
   } else {
     thread_.join();
   }
-  const Lock lock(mutex_);
-  CloseMedium();
+  Lock lock(mutex_);
+  CloseMedium(&lock);
   // GStreamer's threads go back to a pool that keeps a few of them for a while; idle ones are not
   // wanted, nor those that are on their way back.
   g_thread_pool_set_max_unused_threads(0);
 }
 
 bool Engine::Open(const std::string& source, unsigned int offset_ms) {
-  Lock lock(mutex_);
-  if (busy_ || quit_) {
+  Operation operation(this);
+  if (!operation) {
     return false;
   }
-  CloseMedium();
+  CloseMedium(operation.lock());
   state_ = State::kEmpty;
   uri_.clear();
   if (!cues_for_next_medium_) {
-    cues_.Clear();
+    cues_.Load(std::nullopt);
   }
   cues_for_next_medium_ = false;
   const std::optional<std::string> uri = SourceUri(source);
@@ -233,47 +183,53 @@ bool Engine::Open(const std::string& source, unsigned int offset_ms) {
     return false;
   }
   uri_ = *uri;
-  return OpenSource(&lock, offset_ms);
+  if (!IsReadable(uri_)) {
+    Fail(operation.lock(), kMessageSourceError, "not a file that can be read");
+    return false;
+  }
+  return OpenSource(operation.lock(), offset_ms);
 }
 
 bool Engine::OpenSource(Lock* lock, unsigned int offset_ms) {
-  const Busy busy(this);
   state_ = State::kEmpty;
   speed_ = 1.0F;
   last_position_ms_ = offset_ms;
-  text_track_ = -1;
+  text_chosen_ = false;
+  adaptive_ = false;
+  bitrates_.clear();
   cues_.Restart(offset_ms);
   if (window_id_ > 0) {
     window_ = VideoWindow::Create(window_id_, place_);
   }
   pipeline_ = Pipeline::Create(uri_, window_ == nullptr ? nullptr : window_->MakeSink());
   if (pipeline_ == nullptr) {
-    Fail(kMessageOtherError);
+    Fail(lock, kMessageOtherError, "no player for it");
     return false;
   }
   const bool network = pipeline_->IsNetwork();
-  const bool opened =
-      WaitUntilSettled(lock, pipeline_->Pause() ? kOpenLimit : milliseconds::zero());
+  const bool started = Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Pause(); });
+  const bool opened = WaitUntilSettled(lock, started ? kOpenLimit : milliseconds::zero(),
+                                       network ? kOpenLimit : kQuietLimit);
   if (pipeline_ == nullptr) {
     return false;  // an error was on the bus and has been reported
   }
   if (!opened) {
-    // GStreamer now and then loses the error of a file that breaks off right after its header.
-    Fail(network ? kMessageNetworkError : kMessageFormatError);
+    // GStreamer now and then loses the error of a file that breaks off.
+    Fail(lock, network ? kMessageNetworkError : kMessageFormatError, "not ready in time");
     return false;
   }
-  if (offset_ms > 0) {
-    const std::optional<std::int64_t> duration = pipeline_->Duration();
-    const bool reachable = pipeline_->IsSeekable() && (!duration || offset_ms <= *duration);
-    const bool reached =
-        reachable && pipeline_->Seek(offset_ms, 1.0) && WaitUntilSettled(lock, kSeekLimit);
-    if (pipeline_ == nullptr) {
-      return false;
+  pipeline_->BeginHere();
+  if (offset_ms > 0 && JumpTo(lock, offset_ms) != Jump::kArrived) {
+    if (pipeline_ != nullptr) {
+      Fail(lock, kMessageOtherError, "cannot start at " + std::to_string(offset_ms) + " ms");
     }
-    if (!reached) {
-      Fail(kMessageOtherError);
-      return false;
-    }
+    return false;
+  }
+  if (adaptive_) {
+    const auto fetch = [this](Pipeline* /*pipeline*/) {
+      return FetchText(uri_, kTextFileLimit, kFetchLimit);
+    };
+    bitrates_ = VariantBitrates(Unlocked(lock, fetch).value_or(""));
   }
   state_ = State::kReady;
   RefreshResolution();
@@ -281,66 +237,60 @@ bool Engine::OpenSource(Lock* lock, unsigned int offset_ms) {
 }
 
 bool Engine::Play() {
-  Lock lock(mutex_);
-  DrainBus();
-  if (busy_ || quit_) {
-    return false;
-  }
-  switch (state_) {
+  Operation operation(this);
+  switch (operation ? state_ : State::kFailed) {
     case State::kStopped:
-      return OpenSource(&lock, 0) && StartPlaying();
+      return OpenSource(operation.lock(), 0) && StartPlaying(operation.lock());
     case State::kReady:
     case State::kPaused:
-      return StartPlaying();
+      return StartPlaying(operation.lock());
     case State::kEnded:
-      return JumpTo(&lock, 0, speed_);
+      cues_.Restart(0);
+      return JumpTo(operation.lock(), 0) == Jump::kArrived;
     default:
       return false;
   }
 }
 
-bool Engine::StartPlaying() {
+bool Engine::StartPlaying(Lock* lock) {
   state_ = State::kPlaying;
   next_report_ = Clock::now() + kReportInterval;
   stalled_at_ = Clock::now() + kStallLimit;
   Wake();
-  if (buffering_ || pipeline_->Play()) {
+  if (buffering_ || Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Play(); })) {
     return true;
   }
-  DrainBus();
+  DrainBus(lock);
   if (pipeline_ != nullptr) {
-    Fail(kMessageOtherError);
+    Fail(lock, kMessageOtherError, "cannot play");
   }
   return false;
 }
 
 bool Engine::Pause() {
-  Lock lock(mutex_);
-  DrainBus();
-  if (busy_ || quit_ || state_ != State::kPlaying) {
+  Operation operation(this);
+  if (!operation || state_ != State::kPlaying) {
     return false;
   }
-  const Busy busy(this);
   state_ = State::kPaused;
   if (!buffering_) {
-    pipeline_->Pause();
-    WaitUntilSettled(&lock, kPauseLimit);
+    Unlocked(operation.lock(), [](Pipeline* pipeline) { return pipeline->Pause(); });
+    WaitUntilSettled(operation.lock(), kPauseLimit, kPauseLimit);
   }
   return pipeline_ != nullptr;
 }
 
 bool Engine::Resume() {
-  const Lock lock(mutex_);
-  DrainBus();
-  return !busy_ && !quit_ && state_ == State::kPaused && StartPlaying();
+  Operation operation(this);
+  return operation && state_ == State::kPaused && StartPlaying(operation.lock());
 }
 
 bool Engine::Stop() {
-  const Lock lock(mutex_);
-  if (busy_ || quit_) {
+  Operation operation(this);
+  if (!operation) {
     return false;
   }
-  CloseMedium();
+  CloseMedium(operation.lock());
   if (state_ != State::kEmpty) {
     state_ = State::kStopped;
   }
@@ -348,67 +298,79 @@ bool Engine::Stop() {
 }
 
 bool Engine::Seek(int msec) {
-  Lock lock(mutex_);
-  DrainBus();
-  if (busy_ || quit_ || !IsLoaded() || msec < 0 || !pipeline_->IsSeekable()) {
+  Operation operation(this);
+  if (!operation || !IsLoaded() || msec < 0 || !MoveTo(operation.lock(), msec, speed_)) {
     return false;
   }
-  const std::optional<std::int64_t> duration = pipeline_->Duration();
-  const bool reached = (!duration || msec <= *duration) && JumpTo(&lock, msec, speed_);
-  SendDueCues();
-  return reached;
-}
-
-bool Engine::JumpTo(Lock* lock, std::int64_t msec, float speed) {
-  const Busy busy(this);
-  const Standstill standstill(this);
-  if (!pipeline_->Seek(msec, speed)) {
-    return false;
-  }
-  last_position_ms_ = msec;
   cues_.Restart(msec);
-  cues_after_jump_ = true;
-  if (state_ == State::kEnded && !StartPlaying()) {
-    return false;
-  }
-  return WaitUntilSettled(lock, kSeekLimit);
+  SendTexts();
+  return true;
 }
 
 bool Engine::SetSpeed(float speed) {
-  Lock lock(mutex_);
-  DrainBus();
+  Operation operation(this);
   // Written so that NaN is refused as well.
-  if (!(speed >= kSlowest && speed <= kFastest) || busy_ || quit_ || !IsLoaded() ||
-      state_ == State::kEnded || !pipeline_->IsSeekable()) {
-    return false;
-  }
-  const std::int64_t position = CurrentPosition();
-  const Busy busy(this);
-  const Standstill standstill(this);
-  if (!pipeline_->Seek(position, speed)) {
-    return false;
-  }
-  speed_ = speed;
-  return WaitUntilSettled(&lock, kSeekLimit);
+  return operation && speed >= kSlowest && speed <= kFastest && IsLoaded() &&
+         state_ != State::kEnded && MoveTo(operation.lock(), last_position_ms_, speed);
 }
 
-// Also reads the bus, so that an error ends the wait.
-bool Engine::WaitUntilSettled(Lock* lock, Clock::duration limit) {
+// Plays on as before when the medium does not get there.
+bool Engine::MoveTo(Lock* lock, std::int64_t msec, float speed) {
+  const std::int64_t position = last_position_ms_;
+  const float previous_speed = std::exchange(speed_, speed);
+  const Jump jump = JumpTo(lock, msec);
+  if (jump == Jump::kArrived) {
+    return true;
+  }
+  speed_ = previous_speed;
+  if (jump == Jump::kMissed && IsLoaded()) {
+    JumpTo(lock, position);
+  }
+  return false;
+}
+
+Engine::Jump Engine::JumpTo(Lock* lock, std::int64_t msec) {
+  const auto go = [msec, speed = speed_](Pipeline* pipeline) {
+    const std::optional<std::int64_t> duration = pipeline->Duration();
+    // Buffering pauses the pipeline, and one that is paused after it has gone back to zero for the
+    // jump, but has not yet come to rest, takes the time that it had been playing for along.
+    return (!duration || msec <= *duration) && pipeline->IsSeekable() && pipeline->Pause() &&
+           pipeline->Seek(msec, speed);
+  };
+  const bool left = Unlocked(lock, go);
+  const bool settled = left && WaitUntilSettled(lock, kSeekLimit, kSeekLimit);
+  if (pipeline_ == nullptr) {
+    return Jump::kRefused;
+  }
+  if (left) {
+    // Not every demultiplexer goes where it is told.
+    last_position_ms_ = pipeline_->Position().value_or(msec);
+  }
+  if (state_ == State::kEnded && left) {
+    StartPlaying(lock);
+  } else if (state_ == State::kPlaying && !buffering_) {
+    Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Play(); });
+  }
+  if (!left) {
+    return Jump::kRefused;
+  }
+  return settled && std::abs(last_position_ms_ - msec) <= kSeekToleranceMs ? Jump::kArrived
+                                                                           : Jump::kMissed;
+}
+
+// Also reads the bus, so that an error ends the wait, as does a bus that says nothing for so long.
+bool Engine::WaitUntilSettled(Lock* lock, Clock::duration limit, Clock::duration quiet_limit) {
   const Clock::time_point deadline = Clock::now() + limit;
+  const auto settles = [](Pipeline* pipeline) { return pipeline->Settles(kBusInterval); };
+  Clock::time_point quiet_since = Clock::now();
+  bool settled = false;
   while (true) {
-    DrainBus();
-    if (pipeline_ == nullptr) {
-      return false;
+    quiet_since = DrainBus(lock) ? Clock::now() : quiet_since;
+    if (pipeline_ == nullptr || settled || quit_ || Clock::now() >= deadline ||
+        (!adaptive_ && Clock::now() >= quiet_since + quiet_limit)) {
+      return pipeline_ != nullptr && settled;
     }
-    if (pipeline_->IsSettled()) {
-      return true;
-    }
-    if (quit_ || Clock::now() >= deadline) {
-      return false;
-    }
-    lock->unlock();
-    std::this_thread::sleep_for(kBusInterval / 4);
-    lock->lock();
+    settled = Unlocked(lock, settles);
   }
 }
 
@@ -418,8 +380,13 @@ std::optional<std::int64_t> Engine::Position() {
 }
 
 std::optional<std::int64_t> Engine::Duration() {
-  const Lock lock(mutex_);
-  return IsLoaded() ? pipeline_->Duration() : std::nullopt;
+  std::shared_ptr<Pipeline> pipeline;
+  {
+    const Lock lock(mutex_);
+    pipeline = IsLoaded() ? pipeline_ : nullptr;
+  }
+  // Demultiplexers may have to look for it.
+  return pipeline == nullptr ? std::nullopt : pipeline->Duration();
 }
 
 std::optional<Size> Engine::Resolution() {
@@ -428,17 +395,8 @@ std::optional<Size> Engine::Resolution() {
 }
 
 std::vector<unsigned int> Engine::Bitrates() {
-  std::string uri;
-  {
-    const Lock lock(mutex_);
-    if (!IsLoaded()) {
-      return {};
-    }
-    uri = uri_;
-  }
-  const std::optional<std::string> playlist =
-      FetchText(uri, "#EXTM3U", kTextFileLimit, kFetchLimit);
-  return playlist ? VariantBitrates(*playlist) : std::vector<unsigned int>();
+  const Lock lock(mutex_);
+  return IsLoaded() ? bitrates_ : std::vector<unsigned int>();
 }
 
 std::optional<int> Engine::TrackCount(int stream_type) {
@@ -446,44 +404,43 @@ std::optional<int> Engine::TrackCount(int stream_type) {
   if (stream_type == kStreamTimedText && IsLoaded()) {
     return cues_.loaded() ? 1 : 0;
   }
-  const std::optional<TrackKind> kind = KindOf(stream_type);
-  return kind && IsLoaded() ? std::optional<int>(pipeline_->TrackCount(*kind)) : std::nullopt;
+  return IsLoaded() ? pipeline_->TrackCount(stream_type) : std::nullopt;
 }
 
 std::optional<int> Engine::CurrentTrack(int stream_type) {
   const Lock lock(mutex_);
-  if (!IsLoaded()) {
+  if (!IsLoaded() || (stream_type == kStreamText && !text_chosen_)) {
     return std::nullopt;
   }
-  int current = -1;
   if (stream_type == kStreamTimedText) {
-    current = cues_.loaded() ? 0 : -1;
-  } else if (stream_type == kStreamText) {
-    current = text_track_;
-  } else if (const std::optional<TrackKind> kind = KindOf(stream_type)) {
-    current = pipeline_->CurrentTrack(*kind);
+    return cues_.loaded() ? std::optional<int>(0) : std::nullopt;
   }
-  return current >= 0 ? std::optional<int>(current) : std::nullopt;
+  return pipeline_->CurrentTrack(stream_type);
 }
 
 bool Engine::SelectTrack(int stream_type, int index) {
-  const Lock lock(mutex_);
-  if (busy_ || quit_ || !IsLoaded()) {
+  Operation operation(this);
+  if (!operation || !IsLoaded()) {
     return false;
   }
   if (stream_type == kStreamTimedText) {
     return cues_.loaded() && index == 0;
   }
-  const std::optional<TrackKind> kind = KindOfTrack(*pipeline_, stream_type, index);
-  if (!kind) {
+  const auto apply = [stream_type, index](Pipeline* pipeline) {
+    return pipeline->ApplySelection(stream_type, index);
+  };
+  if (!pipeline_->SelectTrack(stream_type, index) || !Unlocked(operation.lock(), apply)) {
     return false;
   }
-  pipeline_->SelectTrack(*kind, index);
-  if (*kind == TrackKind::kText) {
-    text_track_ = index;
-    Wake();
+  if (stream_type == kStreamText) {
+    text_chosen_ = true;
+    // Texts of the track before are on their way, and the new one's next may have been passed.
+    if (state_ != State::kEnded) {
+      cues_.Restart(last_position_ms_);
+      JumpTo(operation.lock(), last_position_ms_);
+    }
   }
-  return true;
+  return pipeline_ != nullptr;
 }
 
 bool Engine::DescribeTrack(int stream_type,
@@ -499,12 +456,7 @@ bool Engine::DescribeTrack(int stream_type,
     *description = cue_title_;
     return cues_.loaded() && index == 0;
   }
-  const std::optional<TrackKind> kind = KindOfTrack(*pipeline_, stream_type, index);
-  if (!kind) {
-    return false;
-  }
-  pipeline_->DescribeTrack(*kind, index, language, description);
-  return true;
+  return pipeline_->DescribeTrack(stream_type, index, language, description);
 }
 
 bool Engine::LoadCues(const std::string& source) {
@@ -517,10 +469,10 @@ bool Engine::LoadCues(const std::string& source) {
   if (quit_) {
     return false;
   }
-  cues_.Load(std::move(*cues));
-  cue_title_ = BaseName(source);
+  cues_.Load(std::move(cues));
+  cue_title_ = source.substr(source.find_last_of('/') + 1);
   cue_language_ = LanguageInName(cue_title_);
-  cues_for_next_medium_ = !IsLoaded() && !busy_;
+  cues_for_next_medium_ = !IsLoaded() && holder_ != Holder::kOperation;
   if (IsLoaded()) {
     cues_.Restart(CurrentPosition());
   }
@@ -534,15 +486,17 @@ void Engine::SetWindow(int window) {
 }
 
 void Engine::SetPlace(const Rect& place) {
-  const Lock lock(mutex_);
+  Lock lock(mutex_);
   place_ = place;
   if (window_ == nullptr) {
     return;
   }
   window_->Place(place);
   // A picture that stands still is made again, for the new size.
-  if (!busy_ && (state_ == State::kReady || state_ == State::kPaused)) {
-    pipeline_->Seek(CurrentPosition(), speed_);
+  const Turn turn(this, &lock, Holder::kOperation);
+  if (turn && pipeline_ != nullptr && (state_ == State::kReady || state_ == State::kPaused)) {
+    const std::int64_t position = CurrentPosition();
+    Unlocked(&lock, [&](Pipeline* pipeline) { return pipeline->Seek(position, speed_); });
   }
 }
 
@@ -568,7 +522,7 @@ void Engine::SetPositionCallback(IZunoPlayer::PositionCallback callback, void* u
 
 void Engine::WaitForCallback(Lock* lock) {
   if (std::this_thread::get_id() != control_thread_) {
-    callback_done_.wait(*lock, [this] { return !callback_running_; });
+    changed_.wait(*lock, [this] { return !callback_running_; });
   }
 }
 
@@ -578,18 +532,19 @@ bool Engine::IsLoaded() const {
 }
 
 bool Engine::IsAdvancing() const {
-  return pipeline_ != nullptr && state_ == State::kPlaying && !buffering_ && !busy_;
+  return pipeline_ != nullptr && state_ == State::kPlaying && !buffering_ &&
+         holder_ != Holder::kOperation;
 }
 
 // While the pipeline jumps it does not know where it is: then the last known position counts.
 std::int64_t Engine::CurrentPosition() {
-  if (state_ != State::kEnded && !busy_) {
+  if (state_ != State::kEnded && holder_ != Holder::kOperation) {
     last_position_ms_ = pipeline_->Position().value_or(last_position_ms_);
   }
   return last_position_ms_;
 }
 
-void Engine::CloseMedium() {
+void Engine::CloseMedium(Lock* lock) {
   EndBuffering();
   // What the closed medium still had to say is of no use; errors and DRM data are.
   events_.erase(std::remove_if(events_.begin(), events_.end(),
@@ -600,14 +555,21 @@ void Engine::CloseMedium() {
                                         event.id == kMessageEndOfStream;
                                }),
                 events_.end());
-  pipeline_.reset();
-  window_.reset();
   size_.reset();
-  cues_after_jump_ = false;
+  EndTexts();
+  const std::shared_ptr<Pipeline> pipeline = std::move(pipeline_);
+  const std::unique_ptr<VideoWindow> window = std::move(window_);  // ends after what draws into it
+  if (pipeline != nullptr) {
+    const bool adaptive = adaptive_;
+    lock->unlock();
+    pipeline->Close(adaptive);
+    lock->lock();
+  }
 }
 
-void Engine::Fail(Message error) {
-  CloseMedium();
+void Engine::Fail(Lock* lock, Message error, const std::string& why) {
+  __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "ZUNO_PLAYER", "%s: %s", uri_.c_str(), why.c_str());
+  CloseMedium(lock);
   state_ = State::kFailed;
   Push({Event::kPlain, error, 0, {}});
 }
@@ -619,40 +581,50 @@ void Engine::EndBuffering() {
   }
 }
 
-void Engine::DrainBus() {
-  while (pipeline_ != nullptr) {
+bool Engine::DrainBus(Lock* lock) {
+  for (bool any = false; pipeline_ != nullptr; any = true) {
     const MessagePtr message(gst_bus_pop(pipeline_->bus()));
     if (message == nullptr) {
-      return;
+      return any;
     }
-    Handle(message.get());
+    Handle(lock, message.get());
   }
+  return true;
 }
 
-void Engine::Handle(GstMessage* message) {
+void Engine::Handle(Lock* lock, GstMessage* message) {
   switch (handover::TypeOf(message)) {
-    case GST_MESSAGE_ERROR:
-      Fail(MessageOfError(handover::ErrorOf(message), pipeline_->IsNetwork(),
-                          handover::IsFromSource(message)));
+    case GST_MESSAGE_ERROR: {
+      const handover::Error error = handover::ErrorOf(message);
+      Fail(lock, MessageOfError(error, pipeline_->IsNetwork()), error.text);
       break;
+    }
     case GST_MESSAGE_EOS:
-      HandleEndOfStream();
+      HandleEndOfStream(lock);
       break;
     case GST_MESSAGE_BUFFERING: {
       gint percent = 0;
       gst_message_parse_buffering(message, &percent);
-      HandleBuffering(percent);
+      HandleBuffering(lock, percent);
       break;
     }
     case GST_MESSAGE_CLOCK_LOST:
       // The clock went away with its sink; starting again selects another.
       if (IsAdvancing()) {
-        pipeline_->Pause();
-        pipeline_->Play();
+        Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Pause() && pipeline->Play(); });
       }
       break;
     case GST_MESSAGE_LATENCY:
-      pipeline_->RecalculateLatency();
+      Unlocked(lock, [](Pipeline* pipeline) { return pipeline->RecalculateLatency(); });
+      break;
+    case GST_MESSAGE_ELEMENT:
+      adaptive_ = adaptive_ || gst_message_has_name(message, "adaptive-streaming-statistics");
+      break;
+    case GST_MESSAGE_STREAM_COLLECTION:
+      pipeline_->TakeTracks(message);
+      break;
+    case GST_MESSAGE_STREAMS_SELECTED:
+      pipeline_->TakeSelection(message);
       break;
     case GST_MESSAGE_ASYNC_DONE:
     case GST_MESSAGE_STREAM_START:
@@ -663,15 +635,15 @@ void Engine::Handle(GstMessage* message) {
   }
 }
 
-void Engine::HandleBuffering(int percent) {
+void Engine::HandleBuffering(Lock* lock, int percent) {
   if (pipeline_->IsLive() || (!buffering_ && percent >= 100)) {
     return;
   }
   if (percent >= 100) {
     EndBuffering();
-    if (state_ == State::kPlaying && !busy_) {  // a jump under way starts it itself
+    if (IsAdvancing()) {  // a jump under way starts it itself
       next_report_ = Clock::now() + kReportInterval;
-      pipeline_->Play();
+      Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Play(); });
     }
     return;
   }
@@ -679,7 +651,7 @@ void Engine::HandleBuffering(int percent) {
     buffering_ = true;
     percent_ = -1;
     if (state_ == State::kPlaying) {
-      pipeline_->Pause();
+      Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Pause(); });
     }
   }
   if (percent != percent_) {
@@ -690,24 +662,23 @@ void Engine::HandleBuffering(int percent) {
 }
 
 // Sources try again for ever when a server takes the request but stops sending.
-void Engine::CheckForStall() {
-  if (buffering_ && state_ == State::kPlaying && !busy_ && Clock::now() >= stalled_at_) {
-    Fail(kMessageNetworkError);
+void Engine::CheckForStall(Lock* lock) {
+  if (buffering_ && state_ == State::kPlaying && Clock::now() >= stalled_at_) {
+    Fail(lock, kMessageNetworkError, "no more data");
   }
 }
 
-void Engine::HandleEndOfStream() {
+void Engine::HandleEndOfStream(Lock* lock) {
   if (state_ != State::kPlaying && state_ != State::kPaused) {
     return;
   }
   EndBuffering();
-  last_position_ms_ = pipeline_->Duration().value_or(CurrentPosition());
+  const auto end = Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Duration(); });
+  last_position_ms_ = end.value_or(CurrentPosition());
   state_ = State::kEnded;
-  // The last cues may have begun since the last look.
-  cues_after_jump_ = true;
-  SendDueCues();
-  SendMediumTexts();
-  pipeline_->Pause();
+  SendTexts();  // the last cues may have begun since the last look
+  EndTexts();
+  Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Pause(); });
   Push({Event::kPlain, kMessageEndOfStream, 0, {}});
 }
 
@@ -719,7 +690,7 @@ void Engine::RefreshResolution() {
   }
 }
 
-void Engine::ReportPosition() {
+void Engine::ReportPosition(Lock* lock) {
   const Clock::time_point now = Clock::now();
   if (!IsAdvancing() || now < next_report_) {
     return;
@@ -727,27 +698,31 @@ void Engine::ReportPosition() {
   // A late report does not make the next one come early.
   next_report_ = std::max(next_report_ + kReportInterval, now + kReportInterval / 2);
   RefreshResolution();
-  Push({Event::kPosition, 0, CurrentPosition(), {}});
+  const std::int64_t before = std::exchange(reported_ms_, CurrentPosition());
+  Push({Event::kPosition, 0, reported_ms_, {}});
+  // GStreamer now and then loses the end of a medium with several tracks of a kind.
+  const auto end = Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Duration(); });
+  if (reported_ms_ == before && end && before >= *end - kLostEndMs) {
+    HandleEndOfStream(lock);
+  }
 }
 
-void Engine::SendDueCues() {
-  if (!IsLoaded() || busy_ || !cues_.loaded() || (state_ != State::kPlaying && !cues_after_jump_)) {
+void Engine::SendTexts() {
+  if (!IsLoaded()) {
     return;
   }
-  for (std::string& text : cues_.TakeDue(CurrentPosition())) {
+  PushTexts(
+      cues_.TakeDue(CurrentPosition(), text_chosen_ ? pipeline_->TakeTexts() : std::vector<Cue>()));
+}
+
+void Engine::EndTexts() {
+  cues_.Restart(kOpenEnd);
+  PushTexts(cues_.TakeDue(0, {}));
+}
+
+void Engine::PushTexts(std::vector<std::string> texts) {
+  for (std::string& text : texts) {
     Push({Event::kData, kMessageTimedText, 0, std::move(text)});
-  }
-  cues_after_jump_ = false;
-}
-
-void Engine::SendMediumTexts() {
-  if (pipeline_ == nullptr || busy_) {
-    return;
-  }
-  for (std::string& text : pipeline_->TakeTexts()) {
-    if (text_track_ >= 0) {
-      Push({Event::kData, kMessageTimedText, 0, std::move(text)});
-    }
   }
 }
 
@@ -756,7 +731,7 @@ void Engine::Run() {
   Lock lock(mutex_);
   control_thread_ = std::this_thread::get_id();
   while (!quit_) {
-    Tick();
+    Tick(&lock);
     if (events_.empty()) {
       Idle(&lock);
     } else {
@@ -765,12 +740,14 @@ void Engine::Run() {
   }
 }
 
-void Engine::Tick() {
-  DrainBus();
-  CheckForStall();
-  ReportPosition();
-  SendDueCues();
-  SendMediumTexts();
+void Engine::Tick(Lock* lock) {
+  const Turn turn(this, lock, Holder::kControl);
+  if (turn) {
+    DrainBus(lock);
+    CheckForStall(lock);
+    ReportPosition(lock);
+    SendTexts();
+  }
 }
 
 void Engine::Deliver(Lock* lock) {
@@ -797,24 +774,22 @@ void Engine::Deliver(Lock* lock) {
   }
   lock->lock();
   callback_running_ = false;
-  callback_done_.notify_all();
+  changed_.notify_all();
 }
 
 std::optional<Engine::Clock::duration> Engine::UntilNextTick() {
-  if (buffering_ && state_ == State::kPlaying && !busy_) {
+  if (buffering_ && state_ == State::kPlaying && holder_ == Holder::kNobody) {
     return std::max<Clock::duration>(stalled_at_ - Clock::now(), Clock::duration::zero());
   }
   if (!IsAdvancing()) {
     return std::nullopt;
   }
   Clock::duration wait = next_report_ - Clock::now();
-  if (const std::optional<std::int64_t> start = cues_.NextStart()) {
-    const double remaining = static_cast<double>(*start - CurrentPosition()) / speed_;
-    const milliseconds cue_wait(static_cast<std::int64_t>(
-        std::min(remaining, static_cast<double>(kCueIntervalMax.count()))));
-    wait = std::min<Clock::duration>(wait, std::max(cue_wait, kCueIntervalMin));
-  }
-  if (pipeline_->TrackCount(TrackKind::kText) > 0) {
+  const double remaining = static_cast<double>(cues_.NextChange() - CurrentPosition()) / speed_;
+  const milliseconds cue_wait(
+      static_cast<std::int64_t>(std::min(remaining, static_cast<double>(kCueIntervalMax.count()))));
+  wait = std::min<Clock::duration>(wait, std::max(cue_wait, kCueIntervalMin));
+  if (text_chosen_) {
     wait = std::min<Clock::duration>(wait, kTextInterval);
   }
   return std::max<Clock::duration>(wait, Clock::duration::zero());
@@ -825,7 +800,7 @@ void Engine::Idle(Lock* lock) {
   BusPtr bus;
   GPollFD bus_fd = {-1, G_IO_IN, 0};
   // An operation that waits reads the bus itself.
-  if (pipeline_ != nullptr && !busy_) {
+  if (pipeline_ != nullptr && holder_ == Holder::kNobody) {
     bus.reset(GST_BUS(gst_object_ref(pipeline_->bus())));
     gst_bus_get_pollfd(bus.get(), &bus_fd);
   }

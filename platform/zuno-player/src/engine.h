@@ -26,10 +26,10 @@ namespace zuno {
 // callbacks, one after the other, and never holds the lock while it does. In between it reads the
 // pipeline's bus, reports the position and watches for cues. The operations run on the caller's
 // thread, any thread, the control thread (from inside a callback) included. One mutex guards
-// everything. An operation that waits for the pipeline lets go of the mutex and reads the bus
+// everything, and nobody waits for GStreamer with it: who works with the pipeline, an operation or
+// the control thread, takes the turn and lets go of the mutex meanwhile. An operation reads the bus
 // itself, so it never needs the control thread to make progress; the other operations that change
-// anything answer false meanwhile. Waits are bounded. None of this code runs on GStreamer's own
-// threads.
+// anything answer false until it is done. Waits are bounded.
 //
 // POSITION REPORTS come every 250 ms of real time while playing, whatever the speed; none while
 // paused, buffering, ended or stopped.
@@ -114,35 +114,42 @@ class Engine : public std::enable_shared_from_this<Engine> {
     std::string data;
   };
 
-  class Busy;
-  class Standstill;
+  enum class Holder { kNobody, kControl, kOperation };
+  enum class Jump { kRefused, kMissed, kArrived };
+
+  class Turn;
+  class Operation;
 
   Engine();
 
   // All below are called with the lock held; those with a Lock parameter let go of it in between.
+  template <typename Call>
+  auto Unlocked(Lock* lock, Call call);
   bool OpenSource(Lock* lock, unsigned int offset_ms);
-  bool StartPlaying();
-  bool JumpTo(Lock* lock, std::int64_t msec, float speed);
-  bool WaitUntilSettled(Lock* lock, Clock::duration limit);
-  void CloseMedium();
-  void Fail(Message error);
+  bool StartPlaying(Lock* lock);
+  bool MoveTo(Lock* lock, std::int64_t msec, float speed);
+  Jump JumpTo(Lock* lock, std::int64_t msec);
+  bool WaitUntilSettled(Lock* lock, Clock::duration limit, Clock::duration quiet_limit);
+  void CloseMedium(Lock* lock);
+  void Fail(Lock* lock, Message error, const std::string& why);
   void EndBuffering();
   bool IsLoaded() const;
   bool IsAdvancing() const;
   std::int64_t CurrentPosition();
 
-  void DrainBus();
-  void Handle(GstMessage* message);
-  void HandleBuffering(int percent);
-  void CheckForStall();
-  void HandleEndOfStream();
+  bool DrainBus(Lock* lock);  // false when it was empty
+  void Handle(Lock* lock, GstMessage* message);
+  void HandleBuffering(Lock* lock, int percent);
+  void CheckForStall(Lock* lock);
+  void HandleEndOfStream(Lock* lock);
   void RefreshResolution();
-  void ReportPosition();
-  void SendDueCues();
-  void SendMediumTexts();
+  void ReportPosition(Lock* lock);
+  void SendTexts();
+  void EndTexts();
+  void PushTexts(std::vector<std::string> texts);
 
   void Run();
-  void Tick();
+  void Tick(Lock* lock);
   void Deliver(Lock* lock);
   void Idle(Lock* lock);
   std::optional<Clock::duration> UntilNextTick();
@@ -156,10 +163,10 @@ class Engine : public std::enable_shared_from_this<Engine> {
 
   // Everything below is guarded by mutex_.
   std::thread::id control_thread_;
-  std::condition_variable callback_done_;
+  std::condition_variable changed_;  // callback_running_ or holder_
   bool callback_running_ = false;
   bool quit_ = false;
-  bool busy_ = false;  // an operation waits for the pipeline, without the lock
+  Holder holder_ = Holder::kNobody;  // of the turn
   std::deque<Event> events_;
   IZunoPlayer::MessageCallback message_callback_ = nullptr;
   void* message_user_data_ = nullptr;
@@ -171,21 +178,23 @@ class Engine : public std::enable_shared_from_this<Engine> {
   int window_id_ = 0;
   Rect place_ = {0, 0, 0, 0};
   std::unique_ptr<VideoWindow> window_;
-  std::unique_ptr<Pipeline> pipeline_;  // ends before the window it draws into
+  std::shared_ptr<Pipeline> pipeline_;
+  bool adaptive_ = false;
+  std::vector<unsigned int> bitrates_;
   float speed_ = 1.0F;
   std::int64_t last_position_ms_ = 0;
+  std::int64_t reported_ms_ = 0;
   std::optional<Size> size_;
   bool buffering_ = false;
   int percent_ = 0;
   Clock::time_point stalled_at_;  // a buffering period without progress until then is an error
-  int text_track_ = -1;
+  bool text_chosen_ = false;
   Clock::time_point next_report_;
 
   CueSchedule cues_;
   std::string cue_language_;
   std::string cue_title_;
   bool cues_for_next_medium_ = false;
-  bool cues_after_jump_ = false;  // cues at the new position are sent even when not playing
 };
 
 }  // namespace zuno

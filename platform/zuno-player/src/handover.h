@@ -5,22 +5,26 @@
 
 #include <string>
 
+#include "cues.h"
+
 // The only places where our own code reads memory that one of GStreamer's threads has written.
 // GStreamer hands it over under locks that ThreadSanitizer does not see (tests/support/tsan.supp).
 namespace zuno::handover {
 
 GstMessageType TypeOf(const GstMessage* message);
-// Posted by an element that reads the medium from its file or server.
-bool IsFromSource(const GstMessage* message);
 
 struct Error {
   GQuark domain;
   int code;
+  bool from_source;  // from an element that reads the medium from its file or server
+  std::string text;  // for people: element, text, details
 };
 Error ErrorOf(GstMessage* message);
 
 // The bytes of a buffer; empty when they cannot be read.
 std::string TextOf(GstBuffer* buffer);
+// The text of a sample, in time of the medium.
+Cue CueOf(GstSample* sample);
 
 }  // namespace zuno::handover
 

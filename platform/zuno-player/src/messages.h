@@ -7,7 +7,7 @@
 //
 //   id   sent when                                                        page sees
 //   131  a network stream's buffer fills or runs empty                    info 1, 2, 3
-//   132  a cue of timed or embedded text begins                           timed text
+//   132  a cue begins; or one ends and the rest, if any, remain            timed text
 //   181  a DRM challenge was requested; a placeholder (see drm.h)         DRM info 0
 //   185  the picture's size became known or changed                       info 8
 //    97  playback reached the end of the medium, once each time           info 5
@@ -20,7 +20,7 @@
 //        ready 10 s after InitPlayer, or a buffering period makes no
 //        progress for 10 s
 //   182  the data is no medium that can be read, or is damaged; also      error 4
-//        when a local file is not ready 10 s after InitPlayer
+//        when opening a local file comes to a standstill
 //   183  no decoder is installed for the medium                           error 5
 //   184  a decoder failed                                                 error 6
 //    68  the medium is encrypted                                          error 8

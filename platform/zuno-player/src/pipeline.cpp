@@ -2,10 +2,11 @@
 
 #include <gst/app/gstappsink.h>
 #include <gst/tag/tag.h>
+#include <gst/video/video.h>
 
+#include <algorithm>
 #include <cstdlib>
 
-#include "cues.h"
 #include "handover.h"
 #include "source.h"
 
@@ -17,33 +18,11 @@ constexpr int kPlayVideo = 1 << 0;
 constexpr int kPlayAudio = 1 << 1;
 constexpr int kPlayText = 1 << 2;
 constexpr int kPlayNativeVideo = 1 << 6;  // no scaler of playbin's own, which adds borders
+// What comes from a server is kept in a temporary file, in which demultiplexers find their way as
+// in any file; of what they only pass through they seldom know where it is.
+constexpr int kPlayDownload = 1 << 7;
+constexpr int kPlayBuffering = 1 << 8;
 constexpr int kPlayDeinterlace = 1 << 9;
-
-constexpr guint64 kSoundQueue = 200 * GST_MSECOND;
-
-struct TrackNames {
-  const char* count;
-  const char* current;
-  const char* tags;
-  const char* codec_tag;
-};
-
-const TrackNames& NamesOf(TrackKind kind) {
-  static constexpr TrackNames kAudio = {"n-audio", "current-audio", "get-audio-tags",
-                                        GST_TAG_AUDIO_CODEC};
-  static constexpr TrackNames kVideo = {"n-video", "current-video", "get-video-tags",
-                                        GST_TAG_VIDEO_CODEC};
-  static constexpr TrackNames kText = {"n-text", "current-text", "get-text-tags",
-                                       GST_TAG_SUBTITLE_CODEC};
-  switch (kind) {
-    case TrackKind::kAudio:
-      return kAudio;
-    case TrackKind::kVideo:
-      return kVideo;
-    default:
-      return kText;
-  }
-}
 
 std::string TagText(const GstTagList* tags, const char* name) {
   char* value = nullptr;
@@ -62,6 +41,19 @@ std::string LanguageOf(const GstTagList* tags) {
   }
   const char* three = gst_tag_get_language_code_iso_639_2T(code.c_str());
   return three == nullptr ? code : three;
+}
+
+// Whether the medium says that its pictures lie on their side.
+bool IsTurned(GstPad* pad) {
+  GstVideoOrientationMethod method = GST_VIDEO_ORIENTATION_IDENTITY;
+  for (guint i = 0; GstEvent* event = gst_pad_get_sticky_event(pad, GST_EVENT_TAG, i); ++i) {
+    GstTagList* tags = nullptr;
+    gst_event_parse_tag(event, &tags);
+    gst_video_orientation_from_tag(tags, &method);
+    gst_event_unref(event);
+  }
+  return method == GST_VIDEO_ORIENTATION_90R || method == GST_VIDEO_ORIENTATION_90L ||
+         method == GST_VIDEO_ORIENTATION_UL_LR || method == GST_VIDEO_ORIENTATION_UR_LL;
 }
 
 // A sink that keeps time like a sound card or a screen, and drops everything.
@@ -93,15 +85,19 @@ GstElement* MakeAudioSink() {
 }
 
 void OnSourceSetup(GstElement* /*playbin*/, GstElement* source, void* /*data*/) {
-  LimitNetworkWaits(source);
+  SetUpSource(source);
 }
 
-// playbin keeps a second of decoded sound in its queue of this name, behind the point where audio
-// tracks are switched; a switch shall be heard sooner.
 void OnElementAdded(GstBin* /*playbin*/, GstBin* /*bin*/, GstElement* element, void* /*data*/) {
   const CharPtr name(gst_element_get_name(element));
-  if (g_strcmp0(name.get(), "aqueue") == 0) {
-    g_object_set(element, "max-size-time", kSoundQueue, nullptr);
+  if (g_str_has_prefix(name.get(), "aqueue") != FALSE) {
+    // A second of decoded sound, behind the point where audio tracks are switched.
+    g_object_set(element, "max-size-time", 200 * GST_MSECOND, nullptr);
+  } else if (g_str_has_prefix(name.get(), "inputselector") != FALSE) {
+    // Texts that are not selected wait for the clock, which they also do while all is taken down.
+    gint mode = 0;
+    g_object_get(element, "sync-mode", &mode, nullptr);
+    g_object_set(element, "sync-streams", mode == 0, nullptr);
   }
 }
 
@@ -144,16 +140,33 @@ class RoomInQueues {
   std::vector<std::pair<ElementPtr, Limits>> queues_;
 };
 
+// What playbin calls the tracks of each type.
+struct TrackNames {
+  int type;
+  const char* count;
+  const char* current;
+  const char* tags;
+  const char* codec_tag;
+  GstStreamType stream_type;
+};
+constexpr TrackNames kTrackNames[] = {
+    {1, "n-audio", "current-audio", "get-audio-tags", GST_TAG_AUDIO_CODEC, GST_STREAM_TYPE_AUDIO},
+    {3, "n-video", "current-video", "get-video-tags", GST_TAG_VIDEO_CODEC, GST_STREAM_TYPE_VIDEO},
+    {4, "n-text", "current-text", "get-text-tags", GST_TAG_SUBTITLE_CODEC, GST_STREAM_TYPE_TEXT}};
+
 }  // namespace
 
 std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* videoSink) {
+  // playbin3 knows the tracks of adaptive media, but reads those from servers only. Of other media
+  // it loses the end now and then, and it crashes after files that break off.
+  const bool streams = IsAdaptiveAddress(uri);
   // playbin takes over floating references, so what it was not given yet is released here.
   ElementPtr video(videoSink != nullptr ? videoSink : MakeSilentSink());
   ElementPtr audio(MakeAudioSink());
   // Other speeds than 1 keep the pitch of the sound.
   ElementPtr tempo(ParseBin("audioconvert ! scaletempo"));
   ElementPtr text(gst_element_factory_make("appsink", nullptr));
-  ElementPtr playbin(gst_element_factory_make("playbin", nullptr));
+  ElementPtr playbin(gst_element_factory_make(streams ? "playbin3" : "playbin", nullptr));
   for (GstElement* element : {video.get(), audio.get(), tempo.get(), text.get(), playbin.get()}) {
     if (element != nullptr) {
       gst_object_ref_sink(element);
@@ -166,7 +179,8 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   // Texts nobody takes must not hold up the stream.
   g_object_set(text.get(), "sync", TRUE, "max-buffers", 16U, "drop", TRUE, nullptr);
   g_object_set(playbin.get(), "uri", uri.c_str(), "flags",
-               kPlayVideo | kPlayAudio | kPlayText | kPlayNativeVideo | kPlayDeinterlace,
+               kPlayVideo | kPlayAudio | kPlayText | kPlayNativeVideo | kPlayDownload |
+                   kPlayBuffering | kPlayDeinterlace,
                "video-sink", video.get(), "audio-sink", audio.get(), "audio-filter", tempo.get(),
                "text-sink", text.get(), nullptr);
   g_signal_connect(playbin.get(), "source-setup", G_CALLBACK(OnSourceSetup), nullptr);
@@ -176,14 +190,23 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   pipeline->bus_.reset(gst_element_get_bus(playbin.get()));
   pipeline->playbin_ = std::move(playbin);
   pipeline->text_sink_ = std::move(text);
+  pipeline->video_sink_ = std::move(video);
   pipeline->network_ = IsNetworkUri(uri);
+  pipeline->has_streams_ = streams;
   return pipeline;
 }
 
 Pipeline::~Pipeline() {
-  if (playbin_ != nullptr) {
-    gst_element_set_state(playbin_.get(), GST_STATE_NULL);
+  Close(false);
+}
+
+void Pipeline::Close(bool adaptive) {
+  if (adaptive) {
+    // Downloads under way when all ends are never given back; a jump to nothing ends them before.
+    gst_element_seek(playbin_.get(), 1.0, GST_FORMAT_TIME, GST_SEEK_FLAG_FLUSH, GST_SEEK_TYPE_SET,
+                     0, GST_SEEK_TYPE_SET, 0);
   }
+  gst_element_set_state(playbin_.get(), GST_STATE_NULL);
 }
 
 bool Pipeline::SetState(GstState state) {
@@ -200,8 +223,9 @@ bool Pipeline::Play() {
   return SetState(GST_STATE_PLAYING);
 }
 
-bool Pipeline::IsSettled() const {
-  const GstStateChangeReturn result = gst_element_get_state(playbin_.get(), nullptr, nullptr, 0);
+bool Pipeline::Settles(std::chrono::milliseconds limit) const {
+  const GstStateChangeReturn result = gst_element_get_state(
+      playbin_.get(), nullptr, nullptr, static_cast<GstClockTime>(limit.count()) * GST_MSECOND);
   return result == GST_STATE_CHANGE_SUCCESS || result == GST_STATE_CHANGE_NO_PREROLL;
 }
 
@@ -219,7 +243,8 @@ bool Pipeline::Seek(std::int64_t msec, double speed) {
   const RoomInQueues room(playbin_.get());
   return gst_element_seek(playbin_.get(), speed, GST_FORMAT_TIME,
                           static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE),
-                          GST_SEEK_TYPE_SET, msec * GST_MSECOND, GST_SEEK_TYPE_NONE, -1) != FALSE;
+                          GST_SEEK_TYPE_SET, (msec + origin_) * GST_MSECOND, GST_SEEK_TYPE_NONE,
+                          -1) != FALSE;
 }
 
 std::optional<std::int64_t> Pipeline::Position() const {
@@ -228,7 +253,11 @@ std::optional<std::int64_t> Pipeline::Position() const {
       position < 0) {
     return std::nullopt;
   }
-  return position / GST_MSECOND;
+  return std::max<std::int64_t>(position / GST_MSECOND - origin_, 0);
+}
+
+void Pipeline::BeginHere() {
+  origin_ = Position().value_or(0);
 }
 
 std::optional<std::int64_t> Pipeline::Duration() const {
@@ -241,61 +270,124 @@ std::optional<std::int64_t> Pipeline::Duration() const {
 }
 
 std::optional<Size> Pipeline::Resolution() const {
-  const int current = CurrentTrack(TrackKind::kVideo);
-  GstPad* raw_pad = nullptr;
-  if (current >= 0) {
-    g_signal_emit_by_name(playbin_.get(), "get-video-pad", current, &raw_pad);
-  }
-  if (raw_pad == nullptr) {
+  const PadPtr pad(gst_element_get_static_pad(video_sink_.get(), "sink"));
+  const CapsPtr caps(gst_pad_get_current_caps(pad.get()));
+  GstVideoInfo video;
+  if (caps == nullptr || gst_video_info_from_caps(&video, caps.get()) == FALSE) {
     return std::nullopt;
   }
-  const PadPtr pad(raw_pad);
-  const CapsPtr caps(gst_pad_get_current_caps(raw_pad));
-  Size size = {0, 0};
-  if (caps == nullptr || gst_caps_get_size(caps.get()) == 0) {
-    return std::nullopt;
+  const auto width = static_cast<int>(std::int64_t{video.width} * video.par_n / video.par_d);
+  return IsTurned(pad.get()) ? Size{video.height, width} : Size{width, video.height};
+}
+
+void Pipeline::TakeTracks(GstMessage* message) {
+  GstStreamCollection* raw_collection = nullptr;
+  gst_message_parse_stream_collection(message, &raw_collection);
+  const std::unique_ptr<GstStreamCollection, Releaser<gst_object_unref>> collection(raw_collection);
+  for (const TrackNames& names : kTrackNames) {
+    Tracks& tracks = tracks_[names.type];
+    tracks.streams.clear();
+    for (guint i = 0; i < gst_stream_collection_get_size(raw_collection); ++i) {
+      GstStream* stream = gst_stream_collection_get_stream(raw_collection, i);
+      if ((gst_stream_get_stream_type(stream) & names.stream_type) != 0) {
+        tracks.streams.emplace_back(GST_STREAM(gst_object_ref(stream)));
+      }
+    }
   }
-  const GstStructure* structure = gst_caps_get_structure(caps.get(), 0);
-  if (gst_structure_get_int(structure, "width", &size.width) == FALSE ||
-      gst_structure_get_int(structure, "height", &size.height) == FALSE) {
-    return std::nullopt;
+}
+
+void Pipeline::TakeSelection(GstMessage* message) {
+  for (guint i = 0; i < gst_message_streams_selected_get_size(message); ++i) {
+    const StreamPtr selected(gst_message_streams_selected_get_stream(message, i));
+    for (auto& [type, tracks] : tracks_) {
+      const auto found = std::find(tracks.streams.begin(), tracks.streams.end(), selected);
+      if (found != tracks.streams.end()) {
+        tracks.current = static_cast<int>(found - tracks.streams.begin());
+      }
+    }
   }
-  return size;
 }
 
-int Pipeline::TrackCount(TrackKind kind) const {
-  gint count = 0;
-  g_object_get(playbin_.get(), NamesOf(kind).count, &count, nullptr);
-  return count;
+int Pipeline::Number(const char* property) const {
+  gint number = -1;
+  g_object_get(playbin_.get(), property, &number, nullptr);
+  return number;
 }
 
-int Pipeline::CurrentTrack(TrackKind kind) const {
-  gint current = -1;
-  g_object_get(playbin_.get(), NamesOf(kind).current, &current, nullptr);
-  return TrackCount(kind) > 0 ? current : -1;
+std::optional<int> Pipeline::TrackCount(int type) const {
+  for (const TrackNames& names : kTrackNames) {
+    if (names.type == type) {
+      const auto found = tracks_.find(type);
+      return !has_streams_            ? Number(names.count)
+             : found == tracks_.end() ? 0
+                                      : static_cast<int>(found->second.streams.size());
+    }
+  }
+  return std::nullopt;
 }
 
-void Pipeline::SelectTrack(TrackKind kind, int index) {
-  g_object_set(playbin_.get(), NamesOf(kind).current, index, nullptr);
+std::optional<int> Pipeline::CurrentTrack(int type) const {
+  for (const TrackNames& names : kTrackNames) {
+    if (names.type == type && TrackCount(type) > 0) {
+      return has_streams_ ? tracks_.at(type).current : Number(names.current);
+    }
+  }
+  return std::nullopt;
 }
 
-void Pipeline::DescribeTrack(TrackKind kind,
+bool Pipeline::SelectTrack(int type, int index) {
+  const bool exists = index >= 0 && index < TrackCount(type);
+  if (exists && has_streams_) {
+    tracks_.at(type).current = index;
+  }
+  return exists;
+}
+
+bool Pipeline::ApplySelection(int type, int index) {
+  GList* ids = nullptr;
+  for (const TrackNames& names : kTrackNames) {
+    if (!has_streams_ && names.type == type) {
+      g_object_set(playbin_.get(), names.current, index, nullptr);
+    } else if (has_streams_ && CurrentTrack(names.type)) {
+      const Tracks& tracks = tracks_.at(names.type);
+      GstStream* stream = tracks.streams[static_cast<std::size_t>(tracks.current)].get();
+      ids = g_list_append(ids, g_strdup(gst_stream_get_stream_id(stream)));
+    }
+  }
+  const bool applied =
+      !has_streams_ ||
+      gst_element_send_event(playbin_.get(), gst_event_new_select_streams(ids)) != FALSE;
+  g_list_free_full(ids, g_free);
+  return applied;
+}
+
+bool Pipeline::DescribeTrack(int type,
                              int index,
                              std::string* language,
                              std::string* description) const {
-  GstTagList* raw_tags = nullptr;
-  g_signal_emit_by_name(playbin_.get(), NamesOf(kind).tags, index, &raw_tags);
-  const TagListPtr tags(raw_tags);
-  *language = LanguageOf(raw_tags);
-  *description = TagText(raw_tags, NamesOf(kind).codec_tag);
-  const std::string title = TagText(raw_tags, GST_TAG_TITLE);
-  if (!title.empty()) {
-    *description += description->empty() ? title : ", " + title;
+  for (const TrackNames& names : kTrackNames) {
+    if (names.type != type || index < 0 || index >= TrackCount(type)) {
+      continue;
+    }
+    GstTagList* raw_tags = nullptr;
+    if (has_streams_) {
+      const auto number = static_cast<std::size_t>(index);
+      raw_tags = gst_stream_get_tags(tracks_.at(type).streams[number].get());
+    } else {
+      g_signal_emit_by_name(playbin_.get(), names.tags, index, &raw_tags);
+    }
+    const TagListPtr tags(raw_tags);
+    *language = LanguageOf(raw_tags);
+    *description = TagText(raw_tags, names.codec_tag);
+    const std::string title = TagText(raw_tags, GST_TAG_TITLE);
+    *description += (description->empty() || title.empty() ? "" : ", ") + title;
+    return true;
   }
+  return false;
 }
 
-std::vector<std::string> Pipeline::TakeTexts() {
-  std::vector<std::string> texts;
+std::vector<Cue> Pipeline::TakeTexts() {
+  std::vector<Cue> texts;
   while (true) {
     const SamplePtr sample(gst_app_sink_try_pull_sample(GST_APP_SINK(text_sink_.get()), 0));
     if (sample == nullptr) {
@@ -307,14 +399,18 @@ std::vector<std::string> Pipeline::TakeTexts() {
     if (structure == nullptr || gst_structure_has_name(structure, "text/x-raw") == FALSE) {
       continue;
     }
-    const std::string text = handover::TextOf(gst_sample_get_buffer(sample.get()));
-    const char* format = gst_structure_get_string(structure, "format");
-    texts.push_back(g_strcmp0(format, "pango-markup") == 0 ? StripMarkup(text) : text);
+    Cue cue = handover::CueOf(sample.get());
+    cue.start_ms -= origin_;
+    cue.end_ms -= cue.end_ms == kOpenEnd ? 0 : origin_;
+    texts.push_back(std::move(cue));
+    if (g_strcmp0(gst_structure_get_string(structure, "format"), "pango-markup") == 0) {
+      texts.back().text = StripMarkup(texts.back().text);
+    }
   }
 }
 
-void Pipeline::RecalculateLatency() {
-  gst_bin_recalculate_latency(GST_BIN(playbin_.get()));
+bool Pipeline::RecalculateLatency() {
+  return gst_bin_recalculate_latency(GST_BIN(playbin_.get())) != FALSE;
 }
 
 }  // namespace zuno

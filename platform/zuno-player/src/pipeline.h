@@ -1,79 +1,102 @@
 #ifndef PLATFORM_ZUNO_PLAYER_SRC_PIPELINE_H_
 #define PLATFORM_ZUNO_PLAYER_SRC_PIPELINE_H_
 
+#include <chrono>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "cues.h"
 #include "gst_ptr.h"
 
 namespace zuno {
-
-enum class TrackKind { kAudio, kVideo, kText };
 
 struct Size {
   int width;
   int height;
 };
 
-// One opened medium on GStreamer's playbin. Takes no lock and starts no thread of its own: the
-// owner calls it from one thread at a time and reads its bus. None of our code runs on GStreamer's
-// threads. Times are in milliseconds of the medium.
+// One opened medium on GStreamer's playbin, or playbin3. Takes no lock and starts no thread of its
+// own. The owner reads its bus and calls it from one thread at a time; the const functions may be
+// called beside that, those on tracks apart. Of our code, two handlers that set up and shield the
+// source run on GStreamer's threads. Times are in milliseconds of the medium.
 class Pipeline {
  public:
   // videoSink may be null: the picture then keeps time and is not drawn. The reference is taken
   // over. Null when GStreamer lacks what is needed or LUMIVEX_AUDIO_SINK makes no sense.
   static std::unique_ptr<Pipeline> Create(const std::string& uri, GstElement* videoSink);
-  // Blocks until GStreamer's threads for this medium have ended.
   ~Pipeline();
   Pipeline(const Pipeline&) = delete;
   Pipeline& operator=(const Pipeline&) = delete;
 
-  // Both answer false on an immediate failure; otherwise the state is reached when IsSettled.
+  // Blocks until GStreamer's threads for this medium have ended. Nothing works any more then.
+  void Close(bool adaptive);
+
+  // Both answer false on an immediate failure; otherwise the state is reached when it Settles.
   bool Pause();
   bool Play();
-  bool IsSettled() const;
+  // Whether the state is reached within so much time.
+  bool Settles(std::chrono::milliseconds limit) const;
   // A live medium cannot be held in front of its first picture, nor wait for a buffer.
   bool IsLive() const { return live_; }
 
   bool IsSeekable() const;
-  // Goes to exactly this position and plays on at this speed; done when IsSettled.
+  // Goes to exactly this position and plays on at this speed; done when it Settles.
   bool Seek(std::int64_t msec, double speed);
+  // From now on the present position, that of the first picture, is 0. Broadcast streams begin
+  // counting before it.
+  void BeginHere();
   std::optional<std::int64_t> Position() const;
   std::optional<std::int64_t> Duration() const;
 
   // Decoded size of the current picture.
   std::optional<Size> Resolution() const;
 
-  int TrackCount(TrackKind kind) const;
-  int CurrentTrack(TrackKind kind) const;
-  void SelectTrack(TrackKind kind, int index);
+  // Tracks by the library's stream type: 1 audio, 3 video, 4 text. Nothing, or false, for other
+  // types and for tracks that do not exist.
+  std::optional<int> TrackCount(int type) const;
+  std::optional<int> CurrentTrack(int type) const;
+  bool SelectTrack(int type, int index);
+  // Has GStreamer play the track that was selected.
+  bool ApplySelection(int type, int index);
   // ISO 639-2 code (terminology form), "und" when the medium states none, and a description made
   // of codec and title.
-  void DescribeTrack(TrackKind kind,
-                     int index,
-                     std::string* language,
-                     std::string* description) const;
+  bool DescribeTrack(int type, int index, std::string* language, std::string* description) const;
 
-  // Texts of the current text track that have become due since the last call.
-  std::vector<std::string> TakeTexts();
+  // Cues of the current text track that have begun since the last call.
+  std::vector<Cue> TakeTexts();
+
+  // What the bus tells of tracks.
+  void TakeTracks(GstMessage* message);
+  void TakeSelection(GstMessage* message);
 
   GstBus* bus() const { return bus_.get(); }
   // The source lies on the network.
   bool IsNetwork() const { return network_; }
-  void RecalculateLatency();
+  bool RecalculateLatency();
 
  private:
+  struct Tracks {
+    std::vector<StreamPtr> streams;
+    int current = 0;
+  };
+
   Pipeline() = default;
   bool SetState(GstState state);
+  int Number(const char* property) const;
 
   ElementPtr playbin_;
+  ElementPtr video_sink_;
   ElementPtr text_sink_;
   BusPtr bus_;
   bool live_ = false;
   bool network_ = false;
+  std::int64_t origin_ = 0;
+  bool has_streams_ = false;      // playbin3 lists its tracks as streams
+  std::map<int, Tracks> tracks_;  // by type; of playbin3
 };
 
 }  // namespace zuno

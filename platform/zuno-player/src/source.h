@@ -1,6 +1,8 @@
 #ifndef PLATFORM_ZUNO_PLAYER_SRC_SOURCE_H_
 #define PLATFORM_ZUNO_PLAYER_SRC_SOURCE_H_
 
+#include <gst/gst.h>
+
 #include <chrono>
 #include <cstddef>
 #include <optional>
@@ -15,20 +17,24 @@ std::optional<std::string> SourceUri(const std::string& source);
 
 bool IsNetworkUri(const std::string& uri);
 
-// The local path of a source, or nothing when it lies on the network.
-std::optional<std::string> LocalPath(const std::string& source);
+// False for what is no regular file (devices, pipes and folders block or never end) or may not be
+// read. Of servers nothing is known before they are asked.
+bool IsReadable(const std::string& uri);
 
-// Reads a source whose text must begin with `start`: as soon as it does not, nothing is read any
-// further. Nothing when it cannot be read in time, or is longer than `limit` bytes. Blocks the
-// caller for at most `timeout`.
+// By its name, what a server has there lists the parts of an adaptive medium.
+bool IsAdaptiveAddress(const std::string& uri);
+
+// Nothing when the source cannot be read in time, or is longer than `limit` bytes. Blocks the
+// caller for at most `timeout`. A range is for HTTP, as "bytes=0-99".
 std::optional<std::string> FetchText(const std::string& uri,
-                                     const std::string& start,
                                      std::size_t limit,
-                                     std::chrono::milliseconds timeout);
+                                     std::chrono::milliseconds timeout,
+                                     const char* range = nullptr);
 
-// Gives up on a server that does not answer, early enough for InitPlayer to say so. Connected to
-// every source element before it starts; does nothing for sources that know no such limits.
-void LimitNetworkWaits(void* element);
+// Gives up on a server that does not answer, early enough for InitPlayer to say so, and keeps
+// servers that cannot send from any place on from being asked to. Called with every source element
+// before it starts.
+void SetUpSource(GstElement* source);
 
 }  // namespace zuno
 

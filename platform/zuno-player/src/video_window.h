@@ -29,7 +29,8 @@ class VideoWindow {
   // Called once. A sink that draws into this window, with a floating reference; null when there is
   // none.
   virtual GstElement* MakeSink() = 0;
-  // The picture fills the rectangle, from the next picture on; an empty one hides it.
+  // The picture fills the rectangle, from the next picture on; an empty one hides it. What lies
+  // outside the window around it, as large as that is now, is not drawn.
   virtual void Place(const Rect& place) = 0;
 };
 

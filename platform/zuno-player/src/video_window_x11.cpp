@@ -1,4 +1,5 @@
 #include <X11/Xlib.h>
+#include <gst/video/video.h>
 #include <gst/video/videooverlay.h>
 #include <xcb/xcb.h>
 
@@ -18,62 +19,50 @@
 namespace zuno {
 namespace {
 
-// The server's coordinates are 16 bits wide and signed.
-constexpr std::uint32_t kMaxCoordinate = 32767;
+// Windows whose errors are ignored. Never destroyed: the handler stays until the process ends.
+std::mutex& windows_mutex = *new std::mutex;
+std::set<xcb_window_t>& windows = *new std::set<xcb_window_t>;
+XErrorHandler previous_handler = nullptr;
 
-class ErrorFilter {
- public:
-  // Errors about this window are ignored from now on.
-  static void Add(xcb_window_t window) {
-    const std::lock_guard<std::mutex> lock(Mutex());
-    Windows().insert(window);
-    // Others may have set a handler of their own since the last time.
-    const XErrorHandler previous = XSetErrorHandler(Handle);
-    if (previous != Handle) {
-      Previous() = previous;
+int HandleError(Display* display, XErrorEvent* error) {
+  XErrorHandler previous = nullptr;
+  {
+    const std::lock_guard<std::mutex> lock(windows_mutex);
+    if (windows.count(static_cast<xcb_window_t>(error->resourceid)) != 0) {
+      return 0;
     }
+    previous = previous_handler;
   }
-  static void Remove(xcb_window_t window) {
-    const std::lock_guard<std::mutex> lock(Mutex());
-    Windows().erase(window);
-  }
+  return previous == nullptr ? 0 : previous(display, error);
+}
 
- private:
-  static int Handle(Display* display, XErrorEvent* error) {
-    XErrorHandler previous = nullptr;
-    {
-      const std::lock_guard<std::mutex> lock(Mutex());
-      if (Windows().count(static_cast<xcb_window_t>(error->resourceid)) != 0) {
-        return 0;
-      }
-      previous = Previous();
-    }
-    return previous == nullptr ? 0 : previous(display, error);
-  }
+// How much of a stretch lies before the end.
+std::uint32_t Inside(std::uint32_t begin, std::uint32_t length, std::uint32_t end) {
+  return begin < end ? std::min(length, end - begin) : 0;
+}
 
-  // Never destroyed: the handler stays installed until the process ends.
-  static std::mutex& Mutex() {
-    static auto* const mutex = new std::mutex;
-    return *mutex;
-  }
-  static std::set<xcb_window_t>& Windows() {
-    static auto* const windows = new std::set<xcb_window_t>;
-    return *windows;
-  }
-  static XErrorHandler& Previous() {
-    static XErrorHandler previous = nullptr;
-    return previous;
-  }
-};
+// How much of a picture's edge to cut off; at least one pixel stays.
+int CutOff(int length, std::uint32_t visible, std::uint32_t whole) {
+  return length - std::max(1, static_cast<int>(std::int64_t{length} * visible / whole));
+}
 
 class X11VideoWindow final : public VideoWindow {
  public:
-  X11VideoWindow(xcb_connection_t* connection, xcb_window_t window)
-      : connection_(connection), window_(window) {
-    ErrorFilter::Add(window_);
+  X11VideoWindow(xcb_connection_t* connection, xcb_window_t parent, xcb_window_t window)
+      : connection_(connection), parent_(parent), window_(window) {
+    const std::lock_guard<std::mutex> lock(windows_mutex);
+    windows.insert(window_);
+    // Others may have set a handler of their own since the last time.
+    const XErrorHandler previous = XSetErrorHandler(HandleError);
+    if (previous != HandleError) {
+      previous_handler = previous;
+    }
   }
   ~X11VideoWindow() override {
-    ErrorFilter::Remove(window_);
+    {
+      const std::lock_guard<std::mutex> lock(windows_mutex);
+      windows.erase(window_);
+    }
     xcb_destroy_window(connection_, window_);
     xcb_flush(connection_);
     xcb_disconnect(connection_);
@@ -82,48 +71,49 @@ class X11VideoWindow final : public VideoWindow {
   X11VideoWindow& operator=(const X11VideoWindow&) = delete;
 
   GstElement* MakeSink() override {
-    // The scaler is told which size to make: left alone it keeps the video's shape.
-    GstElement* bin = gst_bin_new(nullptr);
-    GstElement* converter = gst_element_factory_make("videoconvert", nullptr);
-    GstElement* scaler = gst_element_factory_make("videoscale", nullptr);
-    GstElement* size = gst_element_factory_make("capsfilter", nullptr);
-    GstElement* sink = gst_element_factory_make("ximagesink", nullptr);
-    if (converter == nullptr || scaler == nullptr || size == nullptr || sink == nullptr) {
-      for (GstElement* element : {bin, converter, scaler, size, sink}) {
-        gst_clear_object(&element);
-      }
+    // The scaler is told which size to make: left alone it keeps the video's shape. A picture of
+    // the old size that is on its way must not be refused. Keys and clicks are left to the window
+    // around.
+    GstElement* bin = gst_parse_bin_from_description_full(
+        "videoconvert ! videoflip video-direction=auto ! videocrop name=crop "
+        "! videoscale add-borders=false ! capsfilter name=size caps-change-mode=delayed "
+        "! ximagesink name=sink force-aspect-ratio=false handle-events=false",
+        TRUE, nullptr, GST_PARSE_FLAG_FATAL_ERRORS, nullptr);
+    if (bin == nullptr) {
       return nullptr;
     }
-    g_object_set(scaler, "add-borders", FALSE, nullptr);
-    // A picture of the old size that is on its way must not be refused.
-    gst_util_set_object_arg(G_OBJECT(size), "caps-change-mode", "delayed");
-    // Keys and clicks are left to the window around it.
-    g_object_set(sink, "force-aspect-ratio", FALSE, "handle-events", FALSE, nullptr);
-    gst_video_overlay_set_window_handle(GST_VIDEO_OVERLAY(sink), window_);
-    gst_bin_add_many(GST_BIN(bin), converter, scaler, size, sink, nullptr);
-    gst_element_link_many(converter, scaler, size, sink, nullptr);
-    const PadPtr pad(gst_element_get_static_pad(converter, "sink"));
-    gst_element_add_pad(bin, gst_ghost_pad_new("sink", pad.get()));
-    sink_.reset(GST_ELEMENT(gst_object_ref(sink)));
-    size_.reset(GST_ELEMENT(gst_object_ref(size)));
+    crop_.reset(gst_bin_get_by_name(GST_BIN(bin), "crop"));
+    size_.reset(gst_bin_get_by_name(GST_BIN(bin), "size"));
+    sink_.reset(gst_bin_get_by_name(GST_BIN(bin), "sink"));
+    gst_video_overlay_set_window_handle(GST_VIDEO_OVERLAY(sink_.get()), window_);
+    const PadPtr pad(gst_element_get_static_pad(crop_.get(), "sink"));
+    gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, OnEvent, this, nullptr);
     SetSize();
     return bin;
   }
 
   void Place(const Rect& place) override {
-    if (place.width == 0 || place.height == 0) {
+    xcb_get_geometry_reply_t* around =
+        xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, parent_), nullptr);
+    if (around == nullptr) {
+      return;  // it has gone, and this window with it
+    }
+    const std::uint32_t width = Inside(place.x, place.width, around->width);
+    const std::uint32_t height = Inside(place.y, place.height, around->height);
+    std::free(around);
+    if (width == 0 || height == 0) {
       xcb_unmap_window(connection_, window_);
     } else {
-      const std::uint32_t values[] = {
-          std::min(place.x, kMaxCoordinate), std::min(place.y, kMaxCoordinate),
-          std::min(place.width, kMaxCoordinate), std::min(place.height, kMaxCoordinate)};
+      const std::uint32_t values[] = {place.x, place.y, width, height};
       xcb_configure_window(connection_, window_,
                            XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
                                XCB_CONFIG_WINDOW_HEIGHT,
                            values);
       xcb_map_window(connection_, window_);
-      width_ = static_cast<int>(values[2]);
-      height_ = static_cast<int>(values[3]);
+      const std::lock_guard<std::mutex> lock(mutex_);
+      place_ = place;
+      width_ = width;
+      height_ = height;
     }
     // Waits for the server, so that the sink finds the window as it is now.
     std::free(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
@@ -138,19 +128,46 @@ class X11VideoWindow final : public VideoWindow {
   }
 
  private:
-  void SetSize() {
-    GstCaps* caps = gst_caps_new_simple("video/x-raw", "width", G_TYPE_INT, width_, "height",
-                                        G_TYPE_INT, height_, nullptr);
-    g_object_set(size_.get(), "caps", caps, nullptr);
-    gst_caps_unref(caps);
+  // On a thread of GStreamer's, which know the picture's size first.
+  static GstPadProbeReturn OnEvent(GstPad* /*pad*/, GstPadProbeInfo* info, void* self) {
+    GstEvent* event = gst_pad_probe_info_get_event(info);
+    if (GST_EVENT_TYPE(event) == GST_EVENT_CAPS) {
+      GstCaps* caps = nullptr;
+      gst_event_parse_caps(event, &caps);
+      static_cast<X11VideoWindow*>(self)->Crop(caps);
+    }
+    return GST_PAD_PROBE_OK;
   }
 
-  int width_ = 1;
-  int height_ = 1;
-  ElementPtr size_;
+  void Crop(const GstCaps* caps) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    GstVideoInfo video;
+    if (caps != nullptr && gst_video_info_from_caps(&video, caps) != FALSE) {
+      g_object_set(crop_.get(), "right", CutOff(video.width, width_, place_.width), "bottom",
+                   CutOff(video.height, height_, place_.height), nullptr);
+    }
+  }
+
+  void SetSize() {
+    const CapsPtr size(gst_caps_new_simple("video/x-raw", "width", G_TYPE_INT,
+                                           static_cast<int>(width_), "height", G_TYPE_INT,
+                                           static_cast<int>(height_), nullptr));
+    g_object_set(size_.get(), "caps", size.get(), nullptr);
+    const PadPtr pad(gst_element_get_static_pad(crop_.get(), "sink"));
+    const CapsPtr video(gst_pad_get_current_caps(pad.get()));
+    Crop(video.get());
+  }
+
   xcb_connection_t* const connection_;
+  const xcb_window_t parent_;
   const xcb_window_t window_;
+  ElementPtr crop_;
+  ElementPtr size_;
   ElementPtr sink_;
+  std::mutex mutex_;  // guards the following against GStreamer's threads
+  Rect place_ = {0, 0, 1, 1};
+  std::uint32_t width_ = 1;  // of what is visible
+  std::uint32_t height_ = 1;
 };
 
 }  // namespace
@@ -181,7 +198,8 @@ std::unique_ptr<VideoWindow> VideoWindow::Create(int parent, const Rect& place) 
     xcb_disconnect(connection);
     return nullptr;
   }
-  auto video_window = std::make_unique<X11VideoWindow>(connection, window);
+  auto video_window =
+      std::make_unique<X11VideoWindow>(connection, static_cast<xcb_window_t>(parent), window);
   video_window->Place(place);
   return video_window;
 }

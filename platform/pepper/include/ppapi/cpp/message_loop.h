@@ -19,7 +19,6 @@ class MessageLoop : public Resource {
   MessageLoop(PassRef, PP_Resource loop);
   explicit MessageLoop(PP_Resource loop);
 
-  static MessageLoop GetForMainThread();
   static MessageLoop GetCurrent();  // is_null() on a thread without a loop
 
   int32_t AttachToCurrentThread();

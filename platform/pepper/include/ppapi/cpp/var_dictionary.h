@@ -2,7 +2,6 @@
 #define PPAPI_CPP_VAR_DICTIONARY_H_
 
 #include "ppapi/cpp/var.h"
-#include "ppapi/cpp/var_array.h"
 
 #pragma GCC visibility push(default)
 
@@ -18,9 +17,7 @@ class VarDictionary : public Var {
 
   Var Get(const Var& key) const;  // undefined when absent
   bool Set(const Var& key, const Var& value);
-  void Delete(const Var& key);
   bool HasKey(const Var& key) const;
-  VarArray GetKeys() const;
 };
 
 }  // namespace pp

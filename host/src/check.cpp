@@ -1,0 +1,234 @@
+#include "check.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <thread>
+#include <utility>
+
+#include "IZunoPlayer.h"
+#include "host/browser.h"
+#include "printable.h"
+
+namespace lumivex::host {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr unsigned int kPatience = 10;  // seconds, for each layer
+constexpr milliseconds kCallbackPatience(5000);
+constexpr char kPlayerLibrary[] = "/usr/lib/libzuno-player.so";
+
+bool all_good = true;
+const char* layer_under_way = "";
+
+void OnAlarm(int /*signal*/) {
+  const auto print = [](const char* text) {
+    [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, text, std::strlen(text));
+  };
+  print("FAILED  ");
+  print(layer_under_way);
+  print(": did not come back within 10 s; on the device it holds the page as long\n");
+  _exit(1);
+}
+
+// Before a layer's code is called.
+void Begin(const char* layer) {
+  layer_under_way = layer;
+  alarm(kPatience);
+}
+
+// found says what there is, meaning what a page sees when it is not as it has to be. Answers good.
+bool Report(bool good, const std::string& found, const std::string& meaning) {
+  alarm(0);
+  all_good = all_good && good;
+  const std::string line = std::string(good ? "ok      " : "FAILED  ") + layer_under_way + ": " +
+                           found + (good ? "" : "; " + meaning);
+  std::printf("%s\n", Printable(line).c_str());
+  std::fflush(stdout);
+  return good;
+}
+
+std::string LoaderError() {
+  const char* error = dlerror();
+  return error == nullptr ? "the loader gives no reason" : error;
+}
+
+template <typename Function>
+Function Find(void* library, const char* name) {
+  return reinterpret_cast<Function>(dlsym(library, name));
+}
+
+// Among the libraries that the plug-in brought along.
+void CheckLog(void* plugin) {
+  Begin("log");
+  const auto print = Find<int (*)(int, int, const char*, const char*, ...)>(plugin, "__dlog_print");
+  const int answer = print == nullptr ? -1 : print(0, 3, "LUMIVEX_PPLUGIN", "%s", "bring-up check");
+  Report(answer >= 0,
+         print == nullptr ? LoaderError() : "__dlog_print answers " + std::to_string(answer),
+         "the plug-in works, and its lines are lost");
+}
+
+std::atomic<int> messages{0};
+std::atomic<int> last_message{0};
+std::atomic<int> positions{0};
+
+int OnMessage(int id, void* /*record*/, void* /*data*/) {
+  last_message = id;
+  ++messages;
+  return 0;
+}
+
+void OnPosition(unsigned long /*position*/, void* /*data*/) {
+  ++positions;
+}
+
+bool Comes(const std::atomic<int>& count) {
+  const auto deadline = std::chrono::steady_clock::now() + kCallbackPatience;
+  while (count == 0 && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(milliseconds(20));
+  }
+  return count > 0;
+}
+
+void CheckPlayer(const std::string& clip) {
+  const char* const meaning = "every command of the player answers false, -1, 0, FAILED or \"\"";
+  Begin("player library");
+  void* const library = dlopen(kPlayerLibrary, RTLD_LAZY);
+  if (!Report(library != nullptr, library == nullptr ? LoaderError() : kPlayerLibrary, meaning)) {
+    return;
+  }
+  Begin("player entry");
+  const auto create = Find<ZunoPlayerCreate>(library, "Create");
+  if (create == nullptr) {
+    Report(false, LoaderError(), meaning);
+    return;
+  }
+  Report(true, "Create", "");
+  Begin("player object");
+  std::unique_ptr<IZunoPlayer> player(create());
+  if (!Report(player != nullptr, player == nullptr ? "Create answers null" : "made", meaning)) {
+    return;
+  }
+  Begin("player table");
+  int position = 0;
+  int tracks = 0;
+  const bool has_position = player->GetCurrentPosition(&position);
+  const bool has_tracks = player->GetTotalNumOfStreamID(1, &tracks);
+  Report(!has_position && !has_tracks,
+         has_position || has_tracks ? "an empty player tells a position or tracks"
+                                    : "an empty player refuses position and tracks",
+         "the library may have another table than the plug-in calls");
+  Begin("player callbacks");
+  const bool takes_message = player->SetMessageCallback(OnMessage, nullptr);
+  const bool takes_position = player->SetCurrentPositionCallback(OnPosition, nullptr);
+  if (!Report(takes_message && takes_position,
+              std::string("messages ") + (takes_message ? "taken" : "refused") + ", positions " +
+                  (takes_position ? "taken" : "refused"),
+              "the page gets no events of the player")) {
+    return;
+  }
+  if (clip == "-") {
+    Begin("player messages");
+    player->InitPlayer("/nonexistent/clip.mp4", 0);
+    const bool came = Comes(messages);
+    Report(came,
+           came ? "message " + std::to_string(last_message) + " for a source that does not exist"
+                : "none for a source that does not exist",
+           "give --check a clip to see whether any come");
+  } else {
+    Begin("playback");
+    const bool opened = player->InitPlayer(clip.c_str(), 0);
+    const bool played = opened && player->Play(0);
+    const bool came = played && Comes(positions);
+    Report(came,
+           !opened   ? "the player does not open " + clip
+           : !played ? "the player does not start"
+           : !came   ? "no position comes"
+                     : "positions come",
+           "see the log of the player library");
+    player->Stop();
+  }
+  Begin("end of the player");
+  player.reset();
+  Report(true, "deleted", "");
+}
+
+void CheckPlugin(const CommandLine& line) {
+  const char* const meaning = "the page's element stays empty";
+  Begin("plug-in");
+  void* const library = dlopen(line.plugin.c_str(), RTLD_NOW);
+  if (!Report(library != nullptr, library == nullptr ? LoaderError() : line.plugin, meaning)) {
+    return;
+  }
+  CheckLog(library);
+  Begin("Pepper entry points");
+  for (const char* name : {"PPP_InitializeModule", "PPP_GetInterface", "PPP_ShutdownModule"}) {
+    if (dlsym(library, name) == nullptr) {
+      Report(false, LoaderError(),
+             "libpepperplugin.so is not the platform's; " + std::string(meaning));
+      return;
+    }
+  }
+  Report(true, "found", "");
+
+  Begin("element");
+  Browser::Options options;
+  options.extension_answers.window_id = line.window_id;
+  Browser browser(options);
+  std::string error;
+  std::unique_ptr<Page> page;
+  if (browser.Load(line.plugin, &error)) {
+    page = browser.CreatePage({}, &error);
+  }
+  if (!Report(page != nullptr && page->HasHandler(),
+              page == nullptr      ? error
+              : page->HasHandler() ? "made, with a message handler"
+                                   : "it registers no message handler",
+              meaning)) {
+    return;
+  }
+  Begin("private interface");
+  Report(browser.GenericSyncCalls().size() == 3,
+         std::to_string(browser.GenericSyncCalls().size()) +
+             " of 3 calls (two privileges, window) on the one that this program has",
+         "the plug-in finds no PPB_ExtensionSystem_Quorvel;0.1 and no privilege");
+  const auto code = [&page](const char* command) {
+    const Page::Answer answer =
+        page->SendBlocking({{"moduleName", "lumivexrfmanager"}, {"command", command}});
+    const auto found = answer.value.find("code");
+    return found == answer.value.end() ? -1 : found->get<int>();
+  };
+  Begin("messages");
+  const int version = code("GetRFManagerVersion");
+  Report(version == 0, "GetRFManagerVersion answers code " + std::to_string(version),
+         "libpepperplugin.so does not bring messages to the plug-in");
+  Begin("tuner");
+  // Without its argument the command asks for the tuner, and does nothing with it.
+  const int tuner = code("SetChannelType");
+  Report(tuner == 26,
+         tuner == 26 ? "instance found" : "no instance (code " + std::to_string(tuner) + ")",
+         "every command of the tuner answers InvalidStateError");
+  Begin("end of the element");
+  page.reset();
+  browser.Unload(&error);
+  const std::vector<std::string> defects = browser.Defects();
+  Report(defects.empty(), defects.empty() ? "nothing is left" : defects.front(), "it leaks");
+}
+
+}  // namespace
+
+int Check(const CommandLine& line) {
+  std::signal(SIGALRM, OnAlarm);
+  CheckPlayer(line.script);
+  CheckPlugin(line);
+  return all_good ? 0 : 1;
+}
+
+}  // namespace lumivex::host

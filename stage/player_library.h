@@ -1,0 +1,20 @@
+#ifndef STAGE_PLAYER_LIBRARY_H_
+#define STAGE_PLAYER_LIBRARY_H_
+
+// The player library as the plug-in finds it. dlopen, dlclose and dlerror are defined here in
+// libc's place, for the whole program, and treat the library's path and handle alone differently;
+// its entry point is the program's own "Create". The program has to export its symbols.
+
+#include <string>
+
+namespace lumivex::test {
+
+// Defined by the program.
+void* CreatePlayer();
+// "dlopen path mode", "dlerror", "dlclose", and "dlsym" for whether there is an entry point.
+// False: the call fails.
+bool OnLibraryCall(const std::string& call);
+
+}  // namespace lumivex::test
+
+#endif  // STAGE_PLAYER_LIBRARY_H_
