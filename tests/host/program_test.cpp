@@ -32,7 +32,6 @@ using lumivex::Printable;
 using lumivex::host::Json;
 using testing::HasSubstr;
 using testing::MatchesRegex;
-using testing::StartsWith;
 
 std::string TempPath(const char* name) {
   static int count = 0;
@@ -339,6 +338,8 @@ TEST(ProgramTest, EndsThoughThePluginHangs) {
        "lumivex-host: the plug-in did not end within 5 s\n"},
       {{kPlugin}, SIGTERM, 143, "lumivex-host: the plug-in did not end within 5 s\n"},
   };
+  // Threads that hang are left behind, for which ThreadSanitizer would end with a status of its own.
+  setenv("TSAN_OPTIONS", "report_thread_leaks=0", 1);
   std::vector<std::unique_ptr<HostRun>> runs;
   const auto start = std::chrono::steady_clock::now();
   for (const auto& c : kCases) {
@@ -350,8 +351,7 @@ TEST(ProgramTest, EndsThoughThePluginHangs) {
   }
   for (std::size_t i = 0; i < runs.size(); ++i) {
     EXPECT_EQ(runs[i]->Wait(), kCases[i].status);
-    // ThreadSanitizer goes on to list threads that are left.
-    EXPECT_THAT(runs[i]->errors, StartsWith(kCases[i].errors));
+    EXPECT_EQ(runs[i]->errors, kCases[i].errors);
   }
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
