@@ -286,9 +286,9 @@ TEST_F(Browser, ReportsACrashInWords) {
     int signal;
     const char* words;
   } kCases[] = {
-      {SIGSEGV, "crashed (signal 11, Segmentation fault). The last lines of the plug-in's log:\n[0] D/"},
-      {SIGABRT, "crashed (signal 6, Aborted). The last lines of the plug-in's log:\n[0] D/"},
-      {SIGKILL, "was killed. The last lines of the plug-in's log:\n[0] D/"}};
+      {SIGSEGV, "crashed (signal 11, Segmentation fault). The last lines of the plug-in's log:\n["},
+      {SIGABRT, "crashed (signal 6, Aborted). The last lines of the plug-in's log:\n["},
+      {SIGKILL, "was killed. The last lines of the plug-in's log:\n["}};
   for (const auto& [signal, words] : kCases) {
     SCOPED_TRACE(words);
     Program program({Address("crash.html")});
@@ -302,6 +302,7 @@ TEST_F(Browser, ReportsACrashInWords) {
     EXPECT_NE(errors.find("lumivex-desktop: the plug-in's process " + std::to_string(process) +
                           " " + words),
               std::string::npos);
+    EXPECT_NE(errors.find("\n[0] D/ZunoPlayerAdapter: "), std::string::npos);
     fs::remove(folder_ / "steps" / "kill");
   }
 }
