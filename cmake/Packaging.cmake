@@ -43,7 +43,7 @@ set(CPACK_DEBIAN_BRINGUP_DESCRIPTION
 /usr/libexec/lumivex/lumivex-host --check reports on the plug-in and on each
 library below it. It plays scripts through them, too.")
 if(CMAKE_CROSSCOMPILING AND NOT CPACK_DEBIAN_PACKAGE_ARCHITECTURE)
-  message(FATAL_ERROR "CPACK_DEBIAN_PACKAGE_ARCHITECTURE is not set: Debian's name of the device's architecture")
+  message(FATAL_ERROR "set CPACK_DEBIAN_PACKAGE_ARCHITECTURE to Debian's name of the device's architecture")
 endif()
 
 # The debug information is cut out of the library as it was built.
@@ -73,7 +73,7 @@ foreach(line IN LISTS lines)
   endif()
 endforeach()
 if(NOT changes)
-  message(FATAL_ERROR "CHANGELOG.md has no section \"## ${PROJECT_VERSION}\": say there what is new")
+  message(FATAL_ERROR "CHANGELOG.md lacks the section \"## ${PROJECT_VERSION}\"")
 endif()
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 file(WRITE "${PROJECT_BINARY_DIR}/doc/changelog.Debian"

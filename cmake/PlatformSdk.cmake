@@ -1,7 +1,7 @@
 # The platform's libraries from a device SDK, as imported targets of the names that the stand-ins
 # have. Nothing outside the root is looked at.
 if(NOT IS_DIRECTORY "${LUMIVEX_PLATFORM_ROOT}")
-  message(FATAL_ERROR "LUMIVEX_PLATFORM_ROOT is \"${LUMIVEX_PLATFORM_ROOT}\", which is not a folder")
+  message(FATAL_ERROR "LUMIVEX_PLATFORM_ROOT: \"${LUMIVEX_PLATFORM_ROOT}\" is not a folder")
 endif()
 
 # lumivex_elf_kind(<file> <variable>): word size, byte order and processor, as its ELF header has them.
@@ -34,7 +34,7 @@ function(lumivex_platform_library target header)
   endif()
   lumivex_elf_kind("${library}" kind)
   if(NOT kind STREQUAL LUMIVEX_ELF_KIND)
-    message(FATAL_ERROR "${library} is not a library for ${CMAKE_SYSTEM_PROCESSOR}, which the compiler builds for: take the SDK's own toolchain file")
+    message(FATAL_ERROR "${library} is not a library for ${CMAKE_SYSTEM_PROCESSOR}, which the compiler targets: use the SDK's own toolchain file")
   endif()
   add_library(lumivex::${target} SHARED IMPORTED)
   set_target_properties(lumivex::${target} PROPERTIES

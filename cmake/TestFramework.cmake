@@ -2,7 +2,7 @@
 set(LUMIVEX_GOOGLETEST "" CACHE PATH
     "Source of the test framework. When set, it is built for the target; else the installed one is used.")
 if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
-  message(FATAL_ERROR "the tests of another machine's build need an emulator (qemu-user)")
+  message(FATAL_ERROR "tests built for another processor need an emulator (qemu-user)")
 endif()
 
 if(NOT LUMIVEX_GOOGLETEST)
@@ -10,7 +10,7 @@ if(NOT LUMIVEX_GOOGLETEST)
   return()
 endif()
 if(NOT EXISTS "${LUMIVEX_GOOGLETEST}/CMakeLists.txt")
-  message(FATAL_ERROR "LUMIVEX_GOOGLETEST is \"${LUMIVEX_GOOGLETEST}\", where no test framework is")
+  message(FATAL_ERROR "LUMIVEX_GOOGLETEST: no test framework in \"${LUMIVEX_GOOGLETEST}\"")
 endif()
 set(INSTALL_GTEST OFF)
 add_subdirectory("${LUMIVEX_GOOGLETEST}" "${PROJECT_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL SYSTEM)

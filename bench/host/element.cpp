@@ -132,7 +132,7 @@ void Element::Check(const Json& message, int code) {
                     (plugin_ == Plugin::kEcho ? answer.value == message
                                               : found != answer.value.end() && *found == code);
   if (!good) {
-    Fail(message.dump() + " was answered by " + answer.value.dump());
+    Fail("unexpected reply " + answer.value.dump() + " to " + message.dump());
   }
 }
 

@@ -43,7 +43,7 @@ void SetUp(const benchmark::State&) {
 void TearDown(const benchmark::State&) {
   element.reset();
   if (posted != taken) {
-    Fail(std::to_string(posted) + " events were posted, " + std::to_string(taken) + " taken");
+    Fail(std::to_string(posted) + " events posted, but " + std::to_string(taken) + " received");
   }
 }
 

@@ -31,7 +31,7 @@ void Hosted(benchmark::State& state, Plugin plugin, const Json& message, int cod
   Laps laps(&state);
   for (auto _ : state) {
     if (element.page().SendBlockingVar(var.get()).outcome != Page::Outcome::kAnswered) {
-      Fail("a message was not answered");
+      Fail("a message got no reply");
     }
     laps.Next();
   }
@@ -80,7 +80,7 @@ void AmongOthers(benchmark::State& state) {
   Laps laps(&state);
   for (auto _ : state) {
     if (page.SendBlockingVar(var.get()).outcome != Page::Outcome::kAnswered) {
-      Fail("a message was not answered");
+      Fail("a message got no reply");
     }
     laps.Next();
   }

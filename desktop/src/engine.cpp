@@ -28,7 +28,7 @@ std::string ScreenProblem() {
   const char* display = std::getenv("DISPLAY");
   return display == nullptr || *display == '\0'
              ? "DISPLAY is not set"
-             : "DISPLAY is " + std::string(display) + ", which does not answer";
+             : "DISPLAY is " + std::string(display) + ", which does not respond";
 }
 
 EngineArguments::EngineArguments(const char* program,
@@ -91,7 +91,7 @@ void WaitForPluginsToEnd(const PluginWatch& watch) {
     QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
   }
   if (watch.instances() > 0) {
-    std::fprintf(stderr, "%s: the plug-in did not end with its page\n",
+    std::fprintf(stderr, "%s: the plug-in did not shut down with its page\n",
                  program_invocation_short_name);
   }
 }

@@ -20,8 +20,8 @@ namespace {
 
 void SayNoScreen(const std::string& problem) {
   std::fprintf(stderr,
-               "lumivex-desktop: there is no X11 screen to open a window on (%s).\n"
-               "With a virtual one (Debian packages xvfb and xauth):\n"
+               "lumivex-desktop: no X11 screen: %s.\n"
+               "Use a virtual one (Debian packages xvfb and xauth):\n"
                "  xvfb-run -s \"-screen 0 1920x1080x24\" lumivex-desktop --screenshot page.png\n",
                problem.c_str());
 }
@@ -67,7 +67,7 @@ int Run(const CommandLine& line, const SessionFolder& folder) {
   screenshot_timer.setSingleShot(true);
   QObject::connect(&screenshot_timer, &QTimer::timeout, [&] {
     if (!window.SaveScreenshot(line.screenshot)) {
-      std::fprintf(stderr, "lumivex-desktop: %s: cannot write\n", line.screenshot.c_str());
+      std::fprintf(stderr, "lumivex-desktop: cannot write %s\n", line.screenshot.c_str());
       status = kFailed;
     }
     QCoreApplication::quit();
@@ -81,7 +81,7 @@ int Run(const CommandLine& line, const SessionFolder& folder) {
   window.Open(line.page, line.insecure, [&](bool ok) {
     status = ok ? kDone : kNoPage;  // of the last load
     if (!ok) {
-      std::fprintf(stderr, "lumivex-desktop: %s could not be loaded\n",
+      std::fprintf(stderr, "lumivex-desktop: cannot load %s\n",
                    qPrintable(line.page.toDisplayString()));
     }
     if (!line.screenshot.empty() && ok) {

@@ -19,17 +19,22 @@ namespace fs = std::filesystem;
 
 constexpr const char* kDescription =
     R"(Opens PAGE in a window of a real browser engine in which <embed type="application/x-lumivex"> is
-the plug-in. PAGE is a file (page.html?x=1 as well), a folder with an index.html, localhost:8080 or
-an address. Without PAGE it opens the example page.)";
+the plug-in. PAGE is a file (also page.html?x=1), a folder with an index.html, localhost:8080 or a
+URL. Without PAGE it opens the example page.)";
 
 constexpr const char* kFooter =
-    R"(F5 loads the page again, F11 fills the screen, Ctrl+Q closes. What the page writes to its console
-comes as SOURCE:LINE: LEVEL: MESSAGE, errors and warnings on standard error. The plug-in runs with all rights of the user, because it opens players,
-files and windows: open only pages that you trust.
+    R"(F5 reloads the page, F11 toggles full screen, Ctrl+Q quits. The page's console is printed as
+SOURCE:LINE: LEVEL: MESSAGE, errors and warnings on standard error. The plug-in opens players, files
+and windows with all rights of the user: open only pages that you trust.
 
-Exit status: 0 the window was closed; 1 something is missing, cannot be written, or the port cannot
-be had; 2 there is no screen; 3 the page could not be loaded; 4 the plug-in could not be loaded, or
-its process or the page's crashed; 64 wrong usage. A signal gives 128 + n.)";
+Exit status:
+  0      the window was closed
+  1      a file is missing or cannot be written, or the port is not available
+  2      there is no screen
+  3      the page cannot be loaded
+  4      the plug-in cannot be loaded, or its process or the page's crashed
+  64     wrong usage
+  128+n  ended by signal n)";
 
 bool Matches(const QString& text, const char* pattern) {
   return QRegularExpression(pattern, QRegularExpression::CaseInsensitiveOption)
@@ -61,7 +66,7 @@ QUrl AddressOf(const std::string& page) {
     }
   }
   if (!address.isValid()) {
-    throw CLI::ValidationError("PAGE", page + " is not an address");
+    throw CLI::ValidationError("PAGE", "invalid address \"" + page + "\"");
   }
   return address;
 }
@@ -77,12 +82,11 @@ CommandLine ReadCommandLine(int argc, char** argv) {
   host::OptionParser parser("lumivex-desktop", kDescription, kFooter);
   parser.add_option_function<std::string>(
       "PAGE", [&line](const std::string& page) { line.page = AddressOf(page); },
-      "file, folder or address");
+      "file, folder or URL");
   parser.AddPluginOptions(&line);
   parser
       .add_option("--window-id", line.window_id,
-                  "window in which the plug-in shows the picture: own (this one, the\n"
-                  "default), the number of another X11 window, or none")
+                  "X11 window for the picture: own, a number, or none (default: own)")
       ->option_text("ID")
       ->check(CLI::IsMember({"own", "none"}) | CLI::TypeValidator<std::int32_t>());
   parser
@@ -92,33 +96,34 @@ CommandLine ReadCommandLine(int argc, char** argv) {
             char rest = 0;
             if (std::sscanf(size.c_str(), "%5dx%5d%c", &line.width, &line.height, &rest) != 2 ||
                 line.width <= 0 || line.height <= 0) {
-              throw CLI::ValidationError("--size", size + " is not a size such as 1920x1080");
+              throw CLI::ValidationError(
+                  "--size", "invalid size \"" + size + "\"; expected WxH, such as 1920x1080");
             }
           },
-          "size of the page in pixels; 1920x1080 by default")
+          "size of the page in pixels (default: 1920x1080)")
       ->option_text("WxH");
   parser
       .add_option("--record", line.record,
-                  "write what the page sends as a script for lumivex-host, with the\nreplies as "
-                  "expectations; of its first element, others in remarks")
+                  "record what the page sends as a script for lumivex-host, with the\nreplies as "
+                  "expectations; only the first element, others as comments")
       ->option_text("FILE");
   parser
       .add_option("--screenshot", line.screenshot,
-                  "write what the window shows to a PNG file and close")
+                  "save the window's contents as a PNG file and quit")
       ->option_text("FILE");
   parser
       .add_option("--after", line.screenshot_after_ms,
-                  "take the screenshot so long after the page has loaded; 2000 by\ndefault")
+                  "take the screenshot MS after the page has loaded (default: 2000)")
       ->option_text("MS")
       ->check(CLI::Range(0, INT_MAX));
   parser
       .add_option("--devtools", line.devtools_port,
-                  "let a Chromium-based browser, or a client of the DevTools protocol,\n"
-                  "debug the page at this port of the loopback interface")
+                  "serve the engine's developer tools on this port of 127.0.0.1, for\n"
+                  "Chromium-based browsers and clients of the DevTools protocol")
       ->option_text("PORT")
       ->check(CLI::Range(1, 65535));
   parser.add_flag("--insecure", line.insecure,
-                  "take any certificate, for a server with one of its own; the player too");
+                  "accept any certificate, in the page and in the player");
   parser.Read(argc, argv);
 
   std::error_code error;

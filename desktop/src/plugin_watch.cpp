@@ -55,7 +55,7 @@ PluginWatch::PluginWatch(const SessionFolder& folder, int shown)
       log_(open(log_path_.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC)) {
   QObject::connect(&server_, &QLocalServer::newConnection, &server_, [this] { Accept(); });
   if (log_ < 0 || !server_.listen(QString::fromStdString(channel_path_))) {
-    std::fprintf(stderr, "%s: the plug-in's process cannot be watched\n",
+    std::fprintf(stderr, "%s: cannot monitor the plug-in's process\n",
                  program_invocation_short_name);
     return;
   }
@@ -121,7 +121,7 @@ void PluginWatch::ReadConnection(Connection* connection) {
       connection->explained = true;
     } else if (TakeWord(line, kProblemLine, &argument)) {
       connection->explained = true;
-      Fail("the plug-in could not be loaded: " + argument);
+      Fail("cannot load the plug-in: " + argument);
     } else if (TakeWord(line, kCrashLine, &argument)) {
       connection->explained = true;
       Fail("the plug-in's process " + connection->pid + " " +
@@ -136,7 +136,7 @@ void PluginWatch::Fail(const std::string& sentence) {
   const std::string lines = LastLines();
   std::fprintf(
       stderr, "%s: %s. %s\n%s", program_invocation_short_name, sentence.c_str(),
-      lines.empty() ? "The plug-in had logged nothing." : "The last lines of the plug-in's log:",
+      lines.empty() ? "The plug-in logged nothing." : "The last lines of the plug-in's log:",
       lines.c_str());
   if (on_failure) {
     on_failure(sentence);

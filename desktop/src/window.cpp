@@ -47,7 +47,7 @@ class Page : public QWebEnginePage {
 
   bool certificateError(const QWebEngineCertificateError& error) override {
     if (!insecure_) {
-      std::fprintf(stderr, "lumivex-desktop: %s: %s --insecure takes it all the same\n",
+      std::fprintf(stderr, "lumivex-desktop: %s: %s Use --insecure to accept it.\n",
                    qPrintable(error.url().toDisplayString()), qPrintable(error.errorDescription()));
     }
     return insecure_;
@@ -127,7 +127,7 @@ void Window::ClosePage() {
 }
 
 void Window::ShowFailure(const std::string& sentence) {
-  failure_text_ = QString::fromStdString("Sorry: " + sentence + ". F5 loads the page again.");
+  failure_text_ = QString::fromStdString(sentence + ". Press F5 to reload the page.");
   PlaceFailure();
   failure_->show();
 }

@@ -44,7 +44,7 @@ Browser::~Browser() {
 bool Browser::Load(const std::string& path, std::string* error) {
   runtime_->RequireMainThread("Browser::Load");
   if (module_) {
-    SetError(error, "a plug-in is loaded already");
+    SetError(error, "a plug-in is already loaded");
     return false;
   }
   library_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -66,16 +66,16 @@ bool Browser::Load(const std::string& path, std::string* error) {
 bool Browser::LoadModule(const ModuleEntry& entry, std::string* error) {
   runtime_->RequireMainThread("Browser::LoadModule");
   if (module_) {
-    SetError(error, "a plug-in is loaded already");
+    SetError(error, "a plug-in is already loaded");
     return false;
   }
   if (entry.initialize == nullptr || entry.get_interface == nullptr) {
-    SetError(error, entry.initialize == nullptr ? "the library exports no PPP_InitializeModule"
-                                                : "the library exports no PPP_GetInterface");
+    SetError(error, entry.initialize == nullptr ? "the library does not export PPP_InitializeModule"
+                                                : "the library does not export PPP_GetInterface");
     return false;
   }
   if (const int32_t result = entry.initialize(kModule, &Browser::GetInterface); result != 0) {
-    SetError(error, "PPP_InitializeModule answered " + std::to_string(result));
+    SetError(error, "PPP_InitializeModule returned " + std::to_string(result));
     return false;
   }
   runtime_->plugin_instance =
@@ -137,7 +137,7 @@ std::unique_ptr<Page> Browser::CreatePage(const Attributes& attributes,
     // The plug-in has no instance then, so that DidDestroy would be one too many.
     state->SetClosed();
     state->DropHandler();
-    SetError(error, "the plug-in refused the instance");
+    SetError(error, "the plug-in refused to create an instance");
     return nullptr;
   }
   return std::unique_ptr<Page>(new Page(runtime_, state));
@@ -185,7 +185,7 @@ int64_t Browser::LiveResources() const {
 std::vector<std::string> Browser::DescribeLive() {
   std::vector<std::string> lines = runtime_->vars.DescribeLive();
   if (LiveVars() > static_cast<int64_t>(lines.size())) {
-    lines.push_back("... " + std::to_string(LiveVars()) + " vars in all");
+    lines.push_back("... " + std::to_string(LiveVars()) + " vars in total");
   }
   for (std::string& line : runtime_->loops.DescribeLive()) {
     lines.push_back(std::move(line));

@@ -34,7 +34,7 @@ void OnAlarm(int /*signal*/) {
   };
   print("FAILED  ");
   print(layer_under_way);
-  print(": did not come back within 10 s; on the device it holds the page as long\n");
+  print(": did not return within 10 s; on the device it blocks the page as long\n");
   _exit(1);
 }
 
@@ -71,8 +71,8 @@ void CheckLog(void* plugin) {
   const auto print = Find<int (*)(int, int, const char*, const char*, ...)>(plugin, "__dlog_print");
   const int answer = print == nullptr ? -1 : print(0, 3, "LUMIVEX_PPLUGIN", "%s", "bring-up check");
   Report(answer >= 0,
-         print == nullptr ? LoaderError() : "__dlog_print answers " + std::to_string(answer),
-         "the plug-in works, and its lines are lost");
+         print == nullptr ? LoaderError() : "__dlog_print returns " + std::to_string(answer),
+         "the plug-in works, but its log lines are lost");
 }
 
 std::atomic<int> messages{0};
@@ -98,7 +98,7 @@ bool Comes(const std::atomic<int>& count) {
 }
 
 void CheckPlayer(const std::string& clip) {
-  const char* const meaning = "every command of the player answers false, -1, 0, FAILED or \"\"";
+  const char* const meaning = "every player command returns false, -1, 0, FAILED or \"\"";
   Begin("player library");
   void* const library = dlopen(kPlayerLibrary, RTLD_LAZY);
   if (!Report(library != nullptr, library == nullptr ? LoaderError() : kPlayerLibrary, meaning)) {
@@ -113,7 +113,7 @@ void CheckPlayer(const std::string& clip) {
   Report(true, "Create", "");
   Begin("player object");
   std::unique_ptr<IZunoPlayer> player(create());
-  if (!Report(player != nullptr, player == nullptr ? "Create answers null" : "made", meaning)) {
+  if (!Report(player != nullptr, player == nullptr ? "Create returns null" : "created", meaning)) {
     return;
   }
   Begin("player table");
@@ -122,16 +122,16 @@ void CheckPlayer(const std::string& clip) {
   const bool has_position = player->GetCurrentPosition(&position);
   const bool has_tracks = player->GetTotalNumOfStreamID(1, &tracks);
   Report(!has_position && !has_tracks,
-         has_position || has_tracks ? "an empty player tells a position or tracks"
+         has_position || has_tracks ? "an empty player reports a position or tracks"
                                     : "an empty player refuses position and tracks",
-         "the library may have another table than the plug-in calls");
+         "the library's table may differ from the one that the plug-in calls");
   Begin("player callbacks");
   const bool takes_message = player->SetMessageCallback(OnMessage, nullptr);
   const bool takes_position = player->SetCurrentPositionCallback(OnPosition, nullptr);
   if (!Report(takes_message && takes_position,
-              std::string("messages ") + (takes_message ? "taken" : "refused") + ", positions " +
-                  (takes_position ? "taken" : "refused"),
-              "the page gets no events of the player")) {
+              std::string("messages ") + (takes_message ? "accepted" : "refused") + ", positions " +
+                  (takes_position ? "accepted" : "refused"),
+              "the page gets no events from the player")) {
     return;
   }
   if (clip == "-") {
@@ -141,17 +141,17 @@ void CheckPlayer(const std::string& clip) {
     Report(came,
            came ? "message " + std::to_string(last_message) + " for a source that does not exist"
                 : "none for a source that does not exist",
-           "give --check a clip to see whether any come");
+           "run --check with a clip to see whether any arrive");
   } else {
     Begin("playback");
     const bool opened = player->InitPlayer(clip.c_str(), 0);
     const bool played = opened && player->Play(0);
     const bool came = played && Comes(positions);
     Report(came,
-           !opened   ? "the player does not open " + clip
+           !opened   ? "the player cannot open " + clip
            : !played ? "the player does not start"
-           : !came   ? "no position comes"
-                     : "positions come",
+           : !came   ? "no position reported"
+                     : "positions reported",
            "see the log of the player library");
     player->Stop();
   }
@@ -189,15 +189,15 @@ void CheckPlugin(const CommandLine& line) {
   }
   if (!Report(page != nullptr && page->HasHandler(),
               page == nullptr      ? error
-              : page->HasHandler() ? "made, with a message handler"
-                                   : "it registers no message handler",
+              : page->HasHandler() ? "created, with a message handler"
+                                   : "no message handler registered",
               meaning)) {
     return;
   }
   Begin("private interface");
   Report(browser.GenericSyncCalls().size() == 3,
          std::to_string(browser.GenericSyncCalls().size()) +
-             " of 3 calls (two privileges, window) on the one that this program has",
+             " of 3 calls (two privileges, window) reached this program's own",
          "the plug-in finds no PPB_ExtensionSystem_Quorvel;0.1 and no privilege");
   const auto code = [&page](const char* command) {
     const Page::Answer answer =
@@ -207,19 +207,19 @@ void CheckPlugin(const CommandLine& line) {
   };
   Begin("messages");
   const int version = code("GetRFManagerVersion");
-  Report(version == 0, "GetRFManagerVersion answers code " + std::to_string(version),
-         "libpepperplugin.so does not bring messages to the plug-in");
+  Report(version == 0, "GetRFManagerVersion returns code " + std::to_string(version),
+         "libpepperplugin.so does not deliver messages to the plug-in");
   Begin("tuner");
   // Without its argument the command asks for the tuner, and does nothing with it.
   const int tuner = code("SetChannelType");
   Report(tuner == 26,
          tuner == 26 ? "instance found" : "no instance (code " + std::to_string(tuner) + ")",
-         "every command of the tuner answers InvalidStateError");
+         "every tuner command fails with InvalidStateError");
   Begin("end of the element");
   page.reset();
   browser.Unload(&error);
   const std::vector<std::string> defects = browser.Defects();
-  Report(defects.empty(), defects.empty() ? "nothing is left" : defects.front(), "it leaks");
+  Report(defects.empty(), defects.empty() ? "nothing leaked" : defects.front(), "it leaks");
 }
 
 }  // namespace

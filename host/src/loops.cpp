@@ -226,7 +226,7 @@ int32_t LoopTable::Run(PP_Resource resource) {
 void LoopTable::RecordMisuse(const char* operation, PP_Resource resource) {
   const bool was_known = resource > 0 && resource <= last_;
   defects_->Record(std::string(operation) + ": resource " + std::to_string(resource) +
-                   (was_known ? " was released before" : " does not exist"));
+                   (was_known ? " was already released" : " does not exist"));
 }
 
 void LoopTable::AddRef(PP_Resource resource) {

@@ -78,7 +78,7 @@ class Watch {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (!ending_) {
       ending_ = true;
-      Expect("end", kGrace, status == kDone ? kPluginDefect : status);
+      Expect("shut down", kGrace, status == kDone ? kPluginDefect : status);
     }
   }
 
@@ -193,7 +193,7 @@ int Play(const CommandLine& line, Input* input, Printer* printer) {
   }
   const std::vector<std::string> defects = browser.Defects();
   for (const std::string& defect : defects) {
-    Complain("the plug-in is wrong: " + defect);
+    Complain("plug-in defect: " + defect);
   }
   return status == kDone && !defects.empty() ? kPluginDefect : status;
 }

@@ -36,10 +36,10 @@ OptionParser::OptionParser(const std::string& program,
 }
 
 void OptionParser::AddPluginOptions(PluginOptions* options) {
-  add_option("--plugin", options->plugin, "plug-in library; by default the one in the staged tree")
+  add_option("--plugin", options->plugin, "plug-in library (default: the one in the staged tree)")
       ->option_text("FILE")
       ->check(CLI::ExistingFile);
-  add_option("--sysroot", options->sysroot, "staged tree in which device paths are looked up")
+  add_option("--sysroot", options->sysroot, "staged tree for device paths")
       ->option_text("DIR")
       ->check(CLI::ExistingDirectory);
   add_option_function<std::vector<std::string>>(
@@ -49,7 +49,7 @@ void OptionParser::AddPluginOptions(PluginOptions* options) {
           options->denied.insert(name == "player" ? "lumivexplayer" : "lumivexrfmanager");
         }
       },
-      "refuse a privilege: player or rf-manager; may be repeated")
+      "deny a privilege: player or rf-manager; may be repeated")
       ->option_text("PRIVILEGE")
       ->check(CLI::IsMember({"player", "rf-manager"}))
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
@@ -61,7 +61,7 @@ void OptionParser::AddPluginOptions(PluginOptions* options) {
       ->check(CLI::IsMember({"verbose", "debug", "info", "warn", "error", "fatal"}));
   add_flag(
       "--sound", [](std::int64_t /*count*/) { setenv("LUMIVEX_AUDIO_SINK", "autoaudiosink", 0); },
-      "let the player be heard through the desktop's default\noutput; without it all is silent");
+      "play sound through the desktop's default output\n(default: silent)");
   callback([options] {
     // The staged tree lies beside this program in the build tree.
     std::error_code error;
@@ -81,6 +81,13 @@ void OptionParser::AddPluginOptions(PluginOptions* options) {
 
 void OptionParser::Read(int argc, char** argv) {
   try {
+    for (int i = 1; i < argc; ++i) {
+      const std::string argument = argv[i];
+      // The library would take the next argument as the value.
+      if (argument.rfind("--", 0) == 0 && argument.find('=') == argument.size() - 1) {
+        throw CLI::ArgumentMismatch(argument + " needs a value");
+      }
+    }
     parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     std::exit(exit(error) == 0 ? EXIT_SUCCESS : kWrongUsage);

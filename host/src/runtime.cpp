@@ -26,7 +26,7 @@ Runtime::Runtime(Browser::Options options_given)
 void Runtime::Serve() {
   Runtime* none = nullptr;
   if (!current_.compare_exchange_strong(none, this)) {
-    Abort("Browser", "another browser is alive in this process");
+    Abort("Browser", "another browser exists in this process");
   }
 }
 
@@ -36,13 +36,13 @@ void Runtime::StopServing() {
 
 void Runtime::RequireMainThread(const char* function) const {
   if (!loops.OnMainThread()) {
-    Abort(function, "called on another thread than the browser's");
+    Abort(function, "not called on the browser's thread");
   }
 }
 
 void Runtime::ExpectMainThread(const char* function) {
   if (!loops.OnMainThread()) {
-    defects.Record(std::string(function) + ": called on another thread than the main thread");
+    defects.Record(std::string(function) + ": not called on the main thread");
   }
 }
 

@@ -104,7 +104,7 @@ std::string ReasonOf(const std::string& what) {
   if (after == 0 && reason.find("] ") != std::string::npos) {
     reason = reason.substr(reason.find("] ") + 2);
   }
-  return "this is not JSON: " + reason;
+  return "invalid JSON: " + reason;
 }
 
 class LineReader {
@@ -118,7 +118,7 @@ class LineReader {
     }
     // The parser takes it for the end and would ignore what follows.
     if (const std::size_t nul = line_.find('\0'); nul != std::string_view::npos) {
-      return Error(nul, "this is not JSON: a NUL byte");
+      return Error(nul, "invalid JSON: a NUL byte");
     }
     const std::size_t start = line_.find_first_not_of(kBlanks);
     if (line_[start] >= 'A' && line_[start] <= 'Z') {
@@ -158,7 +158,7 @@ class LineReader {
     const std::string name(line_.substr(at, end - at));
     const Command* const command = FindCommand(name);
     if (command == nullptr) {
-      return Error(at, "\"" + name + "\" is no command");
+      return Error(at, "unknown command \"" + name + "\"");
     }
     Json message = {{"moduleName", command->module}, {"command", command->name}};
     for (;;) {
@@ -172,15 +172,15 @@ class LineReader {
       const std::string key(argument.substr(0, sign));
       if (std::find(command->arguments.begin(), command->arguments.end(), key) ==
           command->arguments.end()) {
-        return Error(start, "\"" + key + "\" is no argument of " + DescriptionOf(*command));
+        return Error(start, "unknown argument \"" + key + "\"; " + DescriptionOf(*command));
       }
       if (sign == argument.size()) {
-        return Error(start, "\"" + key + "\" has no value");
+        return Error(start, "argument \"" + key + "\" needs a value");
       }
       const std::string value(argument.substr(sign + 1));
       Json json = Json::parse(value, nullptr, false);
       if (json.is_discarded() && (!IsUtf8(value) || value.rfind('"', 0) == 0)) {
-        return Error(start + sign + 1, "this is neither JSON nor text in UTF-8");
+        return Error(start + sign + 1, "invalid value: neither JSON nor UTF-8 text");
       }
       message[key] = json.is_discarded() ? Json(value) : std::move(json);
     }
@@ -203,12 +203,12 @@ class LineReader {
 
   static std::string DescriptionOf(const Command& command) {
     std::string text(command.name);
-    const char* separator = "; there are ";
+    const char* separator = " takes ";
     for (const std::string_view argument : command.arguments) {
       text += std::exchange(separator, ", ");
       text += argument;
     }
-    return command.arguments.empty() ? text + ", which has none" : text;
+    return command.arguments.empty() ? text + " takes no arguments" : text;
   }
 
   ScriptLine ReadDirective(std::string name, const Json& value) const {
@@ -218,19 +218,19 @@ class LineReader {
     }
     const bool is_wait_for = name == "$waitFor";
     if (!is_wait_for && name != "$expect" && name != "$post" && name != "$wait") {
-      return Error(
-          Find(members, name).key_at,
-          "\"" + name + "\" is no directive; there are $expect, $post, $wait and $waitFor");
+      return Error(Find(members, name).key_at,
+                   "unknown directive \"" + name + "\"; known: $expect, $post, $wait, $waitFor");
     }
     for (const Member& member : members) {
       if (member.key != name &&
           !(is_wait_for && (member.key == "timeout" || member.key == "$expect"))) {
-        return Error(member.key_at, "\"" + member.key + "\" does not go with " + name);
+        return Error(member.key_at, "\"" + member.key + "\" cannot be combined with " + name);
       }
     }
     for (const char* key : {"$waitFor", "$expect"}) {
       if (value.contains(key) && !value.at(key).is_object()) {
-        return Error(Find(members, key).value_at, std::string(key) + " wants an object, part of " +
+        return Error(Find(members, key).value_at, std::string(key) +
+                                                      " must be an object, part of " +
                                                       (is_wait_for ? "an event" : "a reply"));
       }
     }
@@ -245,7 +245,7 @@ class LineReader {
     const char* const time_key = is_wait_for ? "timeout" : "$wait";
     if (value.contains(time_key) && !(time = ToTime(value.at(time_key)))) {
       return Error(Find(members, time_key).value_at,
-                   "a time in milliseconds is wanted, at most a day");
+                   std::string(time_key) + " must be in milliseconds, at most one day");
     }
     if (!is_wait_for) {
       return WaitAction{*time};

@@ -49,7 +49,8 @@ int Session::Run(Page* page) {
   int status = RunScript();
   input_->Hide();
   if (interrupted_ == kDone && !timed_out_ && !page->Settle(timeout_)) {
-    std::fprintf(stderr, "lumivex-host: the plug-in did not handle what was posted within %lld s\n",
+    std::fprintf(stderr,
+                 "lumivex-host: the plug-in did not handle all posted messages within %lld s\n",
                  static_cast<long long>(timeout_.count() / 1000));
     status = status == kDone ? kFailed : status;
   }
@@ -101,7 +102,7 @@ void Session::CheckOutput(bool written) {
   if (errno == EPIPE) {  // whoever read the output has seen enough
     output_status_ = 128 + SIGPIPE;
   } else {
-    std::fprintf(stderr, "lumivex-host: cannot write the output: %s\n", std::strerror(errno));
+    std::fprintf(stderr, "lumivex-host: cannot write output: %s\n", std::strerror(errno));
     output_status_ = kFailed;
   }
 }
@@ -178,21 +179,19 @@ int Session::Execute(const SendAction& action) {
     return kDone;
   }
   timed_out_ = answer.outcome == Page::Outcome::kTimedOut;
-  return Stopped() != kDone
-             ? Stopped()
-             : Fail(kFailed, "the message has no answer: " + Explain(answer.outcome));
+  return Stopped() != kDone ? Stopped() : Fail(kFailed, "no reply: " + Explain(answer.outcome));
 }
 
 std::string Session::Explain(Page::Outcome outcome) const {
   switch (outcome) {
     case Page::Outcome::kNoHandler:
-      return "the plug-in has no message handler registered";
+      return "the plug-in has no message handler";
     case Page::Outcome::kTimedOut:
-      return "the plug-in did not answer within " + std::to_string(timeout_.count() / 1000) + " s";
+      return "the plug-in did not reply within " + std::to_string(timeout_.count() / 1000) + " s";
     case Page::Outcome::kNotPassable:
-      return "the message or its answer cannot be passed";
+      return "the message or its reply is invalid or nested too deep";
     default:
-      return "the page is gone";
+      return "the page is closed";
   }
 }
 
@@ -201,7 +200,7 @@ int Session::Execute(const PostAction& action) {
   if (page_->Post(action.message)) {
     return kDone;
   }
-  return Stopped() != kDone ? Stopped() : Fail(kFailed, "the plug-in receives no messages");
+  return Stopped() != kDone ? Stopped() : Fail(kFailed, Explain(Page::Outcome::kNoHandler));
 }
 
 int Session::Execute(const WaitAction& action) {
@@ -224,7 +223,7 @@ int Session::Execute(const WaitForAction& action) {
       return kDone;
     }
     if (Clock::now() >= end) {
-      return Fail(kWaitRanOut, "no event with " + ToLine(action.event) + " came within " +
+      return Fail(kWaitRanOut, "no event matched " + ToLine(action.event) + " within " +
                                    std::to_string(action.timeout.count()) + " ms");
     }
     Sleep(false, end);
@@ -233,7 +232,7 @@ int Session::Execute(const WaitForAction& action) {
 
 int Session::Execute(const ExpectAction& action) {
   return last_reply_ ? Compare(action.reply, *last_reply_)
-                     : Fail(kBadScript, "there is no reply yet that $expect could look at");
+                     : Fail(kBadScript, "$expect has no reply to check yet");
 }
 
 int Session::Compare(const Json& expected, const Json& seen) const {

@@ -56,7 +56,7 @@ double GetTimeTicks() {
 
 void CallOnMainThread(int32_t delay_ms, PP_CompletionCallback callback, int32_t result) {
   if (callback.func == nullptr) {
-    Host().defects.Record("CallOnMainThread: the callback has no function");
+    Host().defects.Record("CallOnMainThread: the callback's function is null");
     return;
   }
   Host().loops.main_loop()->Post(ToTask(callback, result), std::chrono::milliseconds(delay_ms));
@@ -81,7 +81,7 @@ void VarRelease(PP_Var var) {
 
 PP_Var VarFromUtf8(const char* data, uint32_t length) {
   if (data == nullptr && length > 0) {
-    Host().defects.Record("VarFromUtf8: the text is null, the length is not 0");
+    Host().defects.Record("VarFromUtf8: the text is null but its length is not 0");
     return NullVar();
   }
   return Host().vars.FromUtf8(data == nullptr ? std::string_view()
@@ -204,8 +204,7 @@ constexpr PPB_MessageLoop kMessageLoop = {
 PageState* PageOf(const char* function, PP_Instance instance) {
   PageState* const page = Host().FindPage(instance);
   if (page == nullptr) {
-    Host().defects.Record(std::string(function) + ": there is no instance " +
-                          std::to_string(instance));
+    Host().defects.Record(std::string(function) + ": unknown instance " + std::to_string(instance));
   }
   return page;
 }
@@ -293,8 +292,8 @@ int32_t GenericSyncCall(PP_Instance instance, PP_Var operation, PP_Var data, PP_
     return PP_ERROR_BADARGUMENT;
   }
   if (operation.type != PP_VARTYPE_STRING || result == nullptr) {
-    Host().defects.Record(result == nullptr ? "GenericSyncCall: there is no place for the result"
-                                            : "GenericSyncCall: the operation is no string");
+    Host().defects.Record(result == nullptr ? "GenericSyncCall: the result pointer is null"
+                                            : "GenericSyncCall: the operation is not a string");
     return PP_ERROR_BADARGUMENT;
   }
   VarTable& vars = Host().vars;

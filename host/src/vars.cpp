@@ -60,12 +60,14 @@ VarTable::Slot* VarTable::Find(PP_Var var) {
 template <class Value>
 Value* VarTable::Use(const char* operation, PP_Var var) {
   if (var.type != kTypeOf<Value>) {
-    RecordMisuse(operation, var, std::string("is no ") + TypeName(kTypeOf<Value>));
+    RecordMisuse(operation, var,
+                 std::string(kTypeOf<Value> == PP_VARTYPE_ARRAY ? "is not an " : "is not a ") +
+                     TypeName(kTypeOf<Value>));
     return nullptr;
   }
   Slot* const slot = Find(var);
   if (slot == nullptr) {
-    RecordMisuse(operation, var, "does not live");
+    RecordMisuse(operation, var, "does not exist");
     return nullptr;
   }
   return &std::get<Value>(slot->value);
@@ -78,7 +80,7 @@ bool VarTable::Take(const char* operation, PP_Var var) {
   }
   Slot* const slot = Find(var);
   if (slot == nullptr) {
-    RecordMisuse(operation, var, "does not live");
+    RecordMisuse(operation, var, "does not exist");
     return false;
   }
   ++slot->references;
@@ -103,7 +105,7 @@ void VarTable::Drop(PP_Var var) {
       ++slot->generation;
       free_.push_back(IndexOf(var));
     } else if (slot == nullptr && IsCounted(var)) {
-      RecordMisuse("Release", var, "does not live");
+      RecordMisuse("Release", var, "does not exist");
     }
     if (pending.empty()) {
       return;
@@ -141,7 +143,7 @@ void VarTable::RecordMisuse(const char* operation, PP_Var var, const std::string
     released = GenerationOf(var) > 0 && IndexOf(var) < slots_.size() &&
                GenerationOf(var) < slots_[IndexOf(var)].generation;
   }
-  defects_->Record(text + " " + (released ? "was released before" : problem));
+  defects_->Record(text + " " + (released ? "was already released" : problem));
 }
 
 void VarTable::AddRef(PP_Var var) {
@@ -271,7 +273,7 @@ bool VarTable::ArraySet(PP_Var array, uint32_t index, PP_Var value) {
     return false;
   }
   if (index >= kLongestArray) {
-    RecordMisuse("VarArray.Set", array, "would be too long");
+    RecordMisuse("VarArray.Set", array, "would become too long");
     return false;
   }
   if (!Take("VarArray.Set", value)) {
@@ -297,7 +299,7 @@ bool VarTable::ArraySetLength(PP_Var array, uint32_t length) {
     return false;
   }
   if (length > kLongestArray) {
-    RecordMisuse("VarArray.SetLength", array, "would be too long");
+    RecordMisuse("VarArray.SetLength", array, "would become too long");
     return false;
   }
   Items removed;
@@ -319,7 +321,7 @@ std::optional<VarTable::Children> VarTable::ChildrenOf(PP_Var container, const P
   if (path.size() == kMaxDepth ||
       std::find(path.begin(), path.end(), container.value.as_id) != path.end()) {
     RecordMisuse(kMessage, container,
-                 path.size() == kMaxDepth ? "is nested too deep" : "holds itself");
+                 path.size() == kMaxDepth ? "is nested too deep" : "contains itself");
     return std::nullopt;
   }
   if (container.type == PP_VARTYPE_DICTIONARY) {

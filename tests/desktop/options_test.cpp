@@ -26,13 +26,13 @@ TEST(Options, RefusesWhatItDoesNotUnderstand) {
       {{"--nonsense"}, "lumivex-desktop: The following argument was not expected: --nonsense"},
       {{"--deny", "everything"}, "--deny: everything not in {player,rf-manager}"},
       {{"--window-id", "12x"}, "--window-id: (12x not in {own,none})"},
-      {{"--size", "1920"}, "--size: 1920 is not a size"},
-      {{"--size", "1920x1080x2"}, "--size: 1920x1080x2 is not a size"},
-      {{"--size", "0x10"}, "--size: 0x10 is not a size"},
+      {{"--size", "1920"}, "--size: invalid size \"1920\""},
+      {{"--size", "1920x1080x2"}, "--size: invalid size \"1920x1080x2\""},
+      {{"--size", "0x10"}, "--size: invalid size \"0x10\""},
       {{"--after", "-5"}, "--after: Value -5 not in range 0"},
       {{"--sysroot", "/nowhere"}, "--sysroot: Directory does not exist"},
       {{"--devtools", "65536"}, "--devtools: Value 65536 not in range 1 to 65535"},
-      {{"localhost:65536"}, "PAGE: localhost:65536 is not an address"},
+      {{"localhost:65536"}, "PAGE: invalid address \"localhost:65536\""},
       {{"/nowhere/page.html"}, "File does not exist: /nowhere/page.html"},
   };
   for (const auto& [arguments, words] : kCases) {
@@ -49,7 +49,7 @@ TEST(Options, SaysHowToDoWithoutAScreen) {
     setenv("DISPLAY", display, 1);
     Program program({});
     EXPECT_EQ(program.WaitForEnd(), 2);
-    EXPECT_NE(program.errors().find("there is no X11 screen"), std::string::npos);
+    EXPECT_NE(program.errors().find("no X11 screen: DISPLAY is "), std::string::npos);
     EXPECT_NE(program.errors().find("xvfb-run"), std::string::npos);
   }
 }
@@ -89,15 +89,15 @@ TEST(Options, SaysWhatWentWrong) {
     int status;
     std::string words;
   } kCases[] = {
-      {{"http://127.0.0.1:1/"}, 3, "http://127.0.0.1:1/ could not be loaded"},
+      {{"http://127.0.0.1:1/"}, 3, "cannot load http://127.0.0.1:1/"},
       {{"--plugin", library, "data:text/html,<embed type=application/x-lumivex>"},
        4,
-       "the plug-in could not be loaded: "},
+       "cannot load the plug-in: "},
       {{"chrome://crash"}, 4, "the page's process crashed (signal 11, Segmentation fault)."},
       {{"--devtools", port, "about:blank"},
        1,
        "--devtools: 127.0.0.1:" + port + ": The bound address is already in use"},
-      {{"--screenshot", "/nowhere/x.png", "about:blank"}, 1, "/nowhere/x.png: cannot write"},
+      {{"--screenshot", "/nowhere/x.png", "about:blank"}, 1, "cannot write /nowhere/x.png"},
       {{"--record", "/nowhere/x"}, 1, "lumivex-desktop: /nowhere/x: No such file or directory\n"},
       {{"--record", "/dev/full"}, 1, "lumivex-desktop: /dev/full: No space left on device\n"},
   };

@@ -42,7 +42,7 @@ make_sdk "$sdk"
 export CMAKE_PREFIX_PATH=$sdk/usr
 configure "$sdk" >"$work/configure.log" || fail "$(cat "$work/configure.log")"
 configure "$work/nowhere" >"$work/error.log" 2>&1 && fail "an SDK that is no folder is accepted"
-tr -s ' \n' ' ' <"$work/error.log" | grep -qF "\"$work/nowhere\", which is not a folder" ||
+tr -s ' \n' ' ' <"$work/error.log" | grep -qF "LUMIVEX_PLATFORM_ROOT: \"$work/nowhere\" is not a folder" ||
   fail "$(cat "$work/error.log")"
 for lacking in "header ppapi/cpp/module.h" "header CRFManager.h" "header dlog.h" \
   "library pepperplugin" "library rf-manager" "library dlog" "bytes librf-manager.so"; do
@@ -185,10 +185,10 @@ static void* table[78] = {[0 ... 77] = no};
 static void** object = table;'
 check $player "" "player library: .*$player: cannot open"
 check $player "int other;" "player entry: .*undefined symbol: Create"
-check $player "void* Create(void) { return 0; }" "player object: Create answers null"
+check $player "void* Create(void) { return 0; }" "player object: Create returns null"
 check $player "$object void* Create(void) { return &object; }" "player callbacks: messages refused, positions refused"
 check $player "$object void* Create(void) { table[52] = table[53] = yes; return &object; }" "player messages: none"
-check $player "int pause(void); void* Create(void) { for (;;) pause(); }" "player object: did not come back within 10 s"
+check $player "int pause(void); void* Create(void) { for (;;) pause(); }" "player object: did not return within 10 s"
 check $player "$object void* Create(void) { table[27] = yes; return &object; }" "player table: "
 check $tuner "int other;" "plug-in: .*undefined symbol: .*CRFManager"
 check $tuner "" "plug-in: .*$tuner: cannot open"

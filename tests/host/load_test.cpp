@@ -52,7 +52,7 @@ TEST(LoadTest, FailuresSayWhy) {
   EXPECT_THAT(error, HasSubstr("PPP_InitializeModule"));
   browser.WithholdInterface("PPB_Messaging;1.2");
   EXPECT_FALSE(browser.Load(ECHO_PLUGIN, &error));
-  EXPECT_THAT(error, HasSubstr("answered -2"));
+  EXPECT_THAT(error, HasSubstr("returned -2"));
 
   ModuleEntry entry = Plugin::Entry();
   entry.get_interface = [](const char*) -> const void* { return nullptr; };
@@ -81,7 +81,7 @@ TEST(LoadTest, LeaksAreReportedWhenTheLibraryIsGone) {
   page.reset();
   EXPECT_EQ(browser.LiveVars(), 1);
   browser.Unload();
-  EXPECT_THAT(browser.Defects(), ElementsAre(HasSubstr("was released before"),
+  EXPECT_THAT(browser.Defects(), ElementsAre(HasSubstr("was already released"),
                                              "leaked: string \"forgotten\", references: 1"));
 }
 
@@ -150,13 +150,13 @@ TEST(LoadDeathTest, OneBrowserOnItsOwnThread) {
         Browser first;
         Browser second;
       },
-      "another browser is alive");
+      "another browser exists");
   EXPECT_DEATH(
       {
         Browser browser;
         std::thread([&browser] { browser.CreatePage(); }).join();
       },
-      "another thread");
+      "not called on the browser");
 }
 
 }  // namespace

@@ -182,11 +182,11 @@ TEST_F(LoopsTest, ResourcesAreAccountedFor) {
   tables_.core.ReleaseResource(released);
   tables_.core.CallOnMainThread(0, {nullptr, nullptr, 0}, 0);
   browser_.Unload();
-  EXPECT_THAT(browser_.Defects(), ElementsAre("ReleaseResource: resource 1 was released before",
+  EXPECT_THAT(browser_.Defects(), ElementsAre("ReleaseResource: resource 1 was already released",
                                               "ReleaseResource: resource 99 does not exist",
                                               "AddRefResource: resource 0 does not exist",
-                                              HasSubstr("was released before"),
-                                              "CallOnMainThread: the callback has no function",
+                                              HasSubstr("was already released"),
+                                              "CallOnMainThread: the callback's function is null",
                                               "leaked: message loop 2, references: 2"));
 }
 

@@ -311,9 +311,9 @@ TEST_F(PageTest, RegistrationIsRefusedForAReason) {
   EXPECT_EQ(tables_.messaging.RegisterMessageHandler(77, nullptr, &good, loop),
             PP_ERROR_BADARGUMENT);
   tables_.messaging.PostMessage(0, NullVar());
-  EXPECT_THAT(browser_.Defects(), ElementsAre(HasSubstr("on another thread"),
-                                              "RegisterMessageHandler: there is no instance 77",
-                                              "PostMessage: there is no instance 0"));
+  EXPECT_THAT(browser_.Defects(), ElementsAre(HasSubstr("not called on the main thread"),
+                                              "RegisterMessageHandler: unknown instance 77",
+                                              "PostMessage: unknown instance 0"));
   tables_.core.ReleaseResource(loop);
 }
 

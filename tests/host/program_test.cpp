@@ -179,7 +179,7 @@ TEST(ProgramTest, ScriptsEndWithTheirStatus) {
       {"what could command the terminal stays an escape",
        "\"\u009b\u202e\x7f\u00fc\"\n{\"$post\": \"\u2066\"}\n{\"$\u009b\": 1}\n", 2,
        "{\"reply\":\"\\u009b\\u202e\\u007f\u00fc\"}\n{\"event\":{\"got\":\"\\u2066\"}}\n",
-       "<stdin>:3:2: \"\\$\\\\u009b\" is no directive.*\n"},
+       "<stdin>:3:2: unknown directive \"\\$\\\\u009b\".*\n"},
       {"an event posted while a message is handled comes behind its reply",
        "{\"do\": \"post\", \"value\": 1}\n2\n", 0,
        "{\"reply\":{\"do\":\"post\",\"value\":1}}\n{\"event\":1}\n{\"reply\":2}\n", ""},
@@ -191,7 +191,7 @@ TEST(ProgramTest, ScriptsEndWithTheirStatus) {
        "{\"$post\": 1}\n{\"$post\": 2}\n{\"$post\": 3}\n{\"$waitFor\": {\"got\": 2}}\n"
        "{\"$waitFor\": {\"got\": 3}}\n{\"$waitFor\": {\"got\": 1}, \"timeout\": 20}\n4\n",
        3, "{\"event\":{\"got\":1}}\n{\"event\":{\"got\":2}}\n{\"event\":{\"got\":3}}\n",
-       "<stdin>:6: no event with \\{\"got\":1\\} came within 20 ms\n"},
+       "<stdin>:6: no event matched \\{\"got\":1\\} within 20 ms\n"},
       {"what is expected comes",
        "{\"a\": 1, \"b\": {\"c\": 2, \"d\": 3}}\n{\"$post\": [1]}\n{\"$expect\": {\"b\": {\"d\": "
        "3}}}\n"
@@ -203,13 +203,13 @@ TEST(ProgramTest, ScriptsEndWithTheirStatus) {
        "{\"$post\": 1}\n{\"$waitFor\": {}, \"$expect\": {\"b\": 1}}\n", 5,
        "{\"event\":{\"got\":1}}\n", "<stdin>:2: expected \\{\"b\":1\\}, got \\{\"got\":1\\}\n"},
       {"no reply to look at", "{\"$post\": 1}\n{\"$expect\": {}}\n", 2, "{\"event\":{\"got\":1}}\n",
-       "<stdin>:2: there is no reply yet.*\n"},
+       "<stdin>:2: \\$expect has no reply.*\n"},
       {"not JSON", "1\n\n  {\"a\" 1}\n2\n", 2, "{\"reply\":1}\n",
-       "<stdin>:3:8: this is not JSON: .*\n"},
+       "<stdin>:3:8: invalid JSON: .*\n"},
       {"no directive", "{\"$post\": 1}\n{\"$later\": 1}\n", 2, "{\"event\":{\"got\":1}}\n",
-       "<stdin>:2:2: \"\\$later\" is no directive.*\n"},
+       "<stdin>:2:2: unknown directive \"\\$later\".*\n"},
       {"a leak", "{\"do\": \"leak\"}\n", 4, "{\"reply\":{\"do\":\"leak\"}}\n",
-       "lumivex-host: the plug-in is wrong: leaked: string \"forgotten\", references: 1\n"},
+       "lumivex-host: plug-in defect: leaked: string \"forgotten\", references: 1\n"},
       {"the script's own fault comes first", "{\"do\": \"leak\"}\n{\n", 2,
        "{\"reply\":{\"do\":\"leak\"}}\n", "<stdin>:2:2: .*\n.*leaked.*\n"},
   };
@@ -231,6 +231,7 @@ TEST(ProgramTest, WrongUsageIsExplained) {
       {{"--nonsense"}, 64, "lumivex-host: The following argument was not expected: --nonsense"},
       {{"--deny", "everything"}, 64, "--deny: everything not in {player,rf-manager}"},
       {{"--window-id", "4294967296"}, 64, "--window-id: "},
+      {{"--log-file=", "-"}, 64, "lumivex-host: --log-file= needs a value"},
       {{"--log", "loud"}, 64, "--log: loud not in {"},
       {{"--sysroot", "/nowhere"}, 64, "--sysroot: Directory does not exist: /nowhere"},
       {{"--plugin", "/nowhere/plugin.so"}, 64, "--plugin: File does not exist"},
@@ -334,11 +335,12 @@ TEST(ProgramTest, EndsThoughThePluginHangs) {
       {{kPlugin, "--timeout", "1"},
        0,
        1,
-       "<stdin>:2: the message has no answer: the plug-in did not answer within 1 s\n"
-       "lumivex-host: the plug-in did not end within 5 s\n"},
-      {{kPlugin}, SIGTERM, 143, "lumivex-host: the plug-in did not end within 5 s\n"},
+       "<stdin>:2: no reply: the plug-in did not reply within 1 s\n"
+       "lumivex-host: the plug-in did not shut down within 5 s\n"},
+      {{kPlugin}, SIGTERM, 143, "lumivex-host: the plug-in did not shut down within 5 s\n"},
   };
-  // Threads that hang are left behind, for which ThreadSanitizer would end with a status of its own.
+  // Threads that hang are left behind, for which ThreadSanitizer would end with a status of its
+  // own.
   setenv("TSAN_OPTIONS", "report_thread_leaks=0", 1);
   std::vector<std::unique_ptr<HostRun>> runs;
   const auto start = std::chrono::steady_clock::now();
@@ -374,7 +376,7 @@ TEST(ProgramTest, ClosedOrFullOutputEndsIt) {
   HostRun run({kPlugin}, full);
   run.Write("1\n2\n");
   EXPECT_EQ(run.Finish(), 1);
-  EXPECT_EQ(run.errors, "lumivex-host: cannot write the output: No space left on device\n");
+  EXPECT_EQ(run.errors, "lumivex-host: cannot write output: No space left on device\n");
   close(full);
 }
 
@@ -421,7 +423,7 @@ TEST(ProgramTest, PromptCompletesRemembersAndGivesTheTerminalBack) {
     std::string seen;
   } kSteps[] = {
       {"See\tm\t900\r", seek},
-      {"Seek\r", "<stdin>:2:1: \"Seek\" is no command"},
+      {"Seek\r", "<stdin>:2:1: unknown command \"Seek\""},
       {"\033[A\033[A\r", seek},
       {"{\"command\": \"SelectRFT\t, \"tr\t: 2}\r",
        R"(> {"command":"SelectRFTrack","trackType":2})"},

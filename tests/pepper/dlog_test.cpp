@@ -56,7 +56,7 @@ TEST(Dlog, ShowsWhatIsAskedFor) {
       {"4", info},
       {"error", error},
       {"8", "[0] ?/TAG: 9\n"},
-      {"loud", "dlog: LUMIVEX_DLOG is \"loud\", which is no priority; errors are shown\n" + error},
+      {"loud", "dlog: unknown log level \"loud\" in LUMIVEX_DLOG; showing errors\n" + error},
   };
   for (const auto& [level, text] : kLevels) {
     EXPECT_EQ(Written(level, nullptr, log), text) << (level == nullptr ? "unset" : level);

@@ -46,7 +46,7 @@ void BenchPage::Open(const QUrl& address) {
   view_->setPage(page);
   QObject::connect(page, &QWebEnginePage::loadFinished, &bench_, [this](bool ok) {
     if (!ok) {
-      bench_.on_failure("the page could not be loaded");
+      bench_.on_failure("cannot load the page");
     }
   });
   QObject::connect(

@@ -61,7 +61,7 @@ int Run(const Options& options, const desktop::SessionFolder& folder) {
     return Fail(LUMIVEX_BENCH_PAGE "/index.html is missing");
   }
   if (server.port() == 0) {
-    return Fail("no server can be opened on the loopback interface");
+    return Fail("cannot open a server on the loopback interface");
   }
   const desktop::WrapperSettings settings = {
       options.plugin, LUMIVEX_BENCH_SYSROOT, LUMIVEX_BENCH_DEVICE_PATHS, {}, {}, {}};
@@ -86,10 +86,10 @@ int Run(const Options& options, const desktop::SessionFolder& folder) {
       },
       on_failure);
   watch.on_failure = [&](const std::string& /*sentence*/) {  // which it has said itself
-    on_failure("there is no result, because the plug-in failed");
+    on_failure("no result: the plug-in failed");
   };
   QTimer::singleShot(std::chrono::seconds(options.timeout_s), qApp, [&] {
-    on_failure("there is no result after " + QString::number(options.timeout_s) + " seconds");
+    on_failure("no result after " + QString::number(options.timeout_s) + " s");
   });
   page.Open(QUrl(QString("http://127.0.0.1:%1/?calls=%2&batch=%3&warmup=%4&seed=%5")
                      .arg(server.port())
@@ -119,8 +119,8 @@ int Main(int argc, char** argv) {
   if (const std::string problem = desktop::ScreenProblem(); !problem.empty()) {
     screen.emplace(1280, 720);
     if (!screen->works()) {
-      return Fail(QString::fromStdString("there is no X11 screen (" + problem +
-                                         ") and no virtual one (Debian package xvfb)"));
+      return Fail(QString::fromStdString("no X11 screen (" + problem +
+                                         ") and no virtual one; install the Debian package xvfb"));
     }
   }
   std::signal(SIGALRM, OnAlarm);

@@ -16,7 +16,7 @@ a server on the loopback interface. They take turns, batch by batch and in rando
 Without a screen it opens a virtual one (Debian package xvfb).)";
 
 constexpr char kFooter[] =
-    "Exit status: 0 there are figures; 1 there are none; 64 wrong usage. A signal gives 128 + n.";
+    "Exit status: 0 success; 1 no figures; 64 wrong usage; 128+n ended by signal n.";
 
 }  // namespace
 
@@ -24,20 +24,20 @@ Options ReadOptions(int argc, char** argv) {
   Options options;
   host::OptionParser parser("lumivex-bench-engine", kDescription, kFooter);
   const auto add_number = [&parser](const char* name, int* number, const std::string& what) {
-    parser.add_option(name, *number, what + "; " + std::to_string(*number) + " by default")
+    parser.add_option(name, *number, what + " (default: " + std::to_string(*number) + ")")
         ->option_text("N")
         ->check(CLI::Range(1, INT_MAX));
   };
-  add_number("--calls", &options.calls, "calls by each way");
+  add_number("--calls", &options.calls, "calls in each way");
   add_number("--batch", &options.batch, "calls in a row");
-  add_number("--warmup", &options.warmup, "calls by each way before the first that counts");
+  add_number("--warmup", &options.warmup, "calls in each way before measuring");
   add_number("--seed", &options.seed, "seed of the order");
-  add_number("--timeout", &options.timeout_s, "give up after so many seconds");
-  parser.add_option("--plugin", options.plugin, "library to measure in the plug-in's place")
+  add_number("--timeout", &options.timeout_s, "give up after N seconds");
+  parser.add_option("--plugin", options.plugin, "library to measure instead of the plug-in")
       ->option_text("FILE")
       ->check(CLI::ExistingFile);
   parser.add_flag("--with-log", options.with_log,
-                  "have the platform's log written, as the browser window has it");
+                  "write the platform's log, as the browser window does");
   parser.add_option("--out", options.out, "write the figures as JSON")
       ->option_text("FILE")
       ->check([](const std::string& file) {  // rather now than after minutes

@@ -88,7 +88,7 @@ QString Report(const QString& result_text, const Options& options) {
   for (const Way& way : kWays) {
     const Batches batches = BatchesOf(ways[way.name]);
     if (batches.empty() || echo.empty()) {
-      return QString("the page has no result for ") + way.name;
+      return QString("no result for ") + way.name;
     }
     const double median = MedianOf(batches);
     const double p95 = P95Of(batches);

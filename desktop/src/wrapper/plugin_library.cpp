@@ -27,7 +27,7 @@ std::string PluginLibrary::Load(const char* variable) {
   if (!Find(library, "PPP_InitializeModule", &initialize) ||
       !Find(library, "PPP_ShutdownModule", &shutdown) ||
       !Find(library, "PPP_GetInterface", &get_interface)) {
-    return std::string(path) + " is no Pepper plug-in";
+    return std::string(path) + " is not a Pepper plug-in";
   }
   return "";
 }

@@ -52,7 +52,7 @@ int LowestPriority() {
   if (*end == '\0' && number >= 0 && number < INT_MAX) {
     return static_cast<int>(number);
   }
-  std::fprintf(stderr, "dlog: LUMIVEX_DLOG is \"%s\", which is no priority; errors are shown\n",
+  std::fprintf(stderr, "dlog: unknown log level \"%s\" in LUMIVEX_DLOG; showing errors\n",
                lumivex::Printable(wanted).c_str());
   return DLOG_ERROR;
 }
