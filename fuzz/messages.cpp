@@ -1,17 +1,21 @@
 // Whatever a page sends, whatever the platform answers and reports: calls, log lines, replies and
 // events are those of the contract. The first line of the input decides the answers; an empty one
-// agrees to everything. Then come, as Reader has them:
-//   value                      a message that is answered
-//   !value                     one that is posted
-//   &id percent value text     a message of the player, with a record unless percent is no number
-//   ^position                  a position of the player
-//   #type number text          an event of the tuner
-//   .                          the element is closed, whatever waits, and another one opened
-// What the platform reports comes on a thread of its own, and now and then from inside a call.
+// grants everything. Each other line is a step. Its bytes, here in small letters, choose from
+// tables:
+//   @cm kv kv...   sends a request: row c of the contract, of its own module or of another one, by
+//   m,
+//                  with values v for the keys k
+//   &ipvt          the player reports message i, with a record of percentage p, value v and text t
+//   ^n             the player reports position n
+//   #en            the tuner reports event e with the number n
+//   .              closes the element, whatever is pending, and opens another one
+// Any other line is sent as JSON, or as the text that it is. What follows a ! is posted. The
+// platform reports on a thread of its own, and sometimes from inside a call.
 
-#include <array>
+#include <algorithm>
 #include <atomic>
 #include <climits>
+#include <cmath>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -27,7 +31,6 @@
 #include "contract.h"
 #include "page.h"
 #include "ppapi/c/ppp.h"
-#include "reader.h"
 #include "stage.h"
 
 namespace lumivex::test {
@@ -38,23 +41,72 @@ using host::Json;
 using host::Page;
 
 constexpr int kMaxSteps = 24;
-constexpr std::array<int, 16> kNumbers = {1,    0,     2,       3,       4,  7,       1280, 720,
-                                          1080, 65535, INT_MAX, INT_MIN, -1, 1 << 24, 99,   100};
-const std::array<std::string, 8> kTexts = {"eng",
-                                           "",
-                                           "h\xc3\xa9%s%n",
-                                           std::string("a\0b", 3),
-                                           std::string(5000, 'x'),
-                                           "\xff",
-                                           "\xed\xa0\x80",
-                                           "cut\xc3"};
+constexpr int kNumbers[] = {1,   0,    2,     3,       4,  7,       5,       55, 1280,
+                            720, 1080, 65535, INT_MAX, -1, INT_MIN, 1 << 24, 99, 100};
+const std::string kTexts[] = {"eng",
+                              "",
+                              "h\xc3\xa9%s%n",
+                              std::string("a\0b", 3),
+                              std::string(5000, 'x'),
+                              "\xff",
+                              "\xed\xa0\x80",
+                              "cut\xc3"};
+const Json kValues = [] {
+  Json values = Json::parse(R"([0, 1, 2, 3, 4, -1, 0.5, -0.9, 2147483647, -3e9, 3e9, 1e300,
+      4294967295, 16777217, 1080, true, false, null, "", "2", "%s%n", "a\u0000b", [1], {}])");
+  values.insert(values.end(), {HUGE_VAL, std::nan(""), "\xff"});
+  return values;
+}();
+constexpr const char* kModules[] = {kPlayer, kTuner, "another", ""};
+constexpr int kMessages[] = {186, 134, 182, 183, 184, 187, 68,  37,  0,   64,  65,  66,
+                             67,  98,  32,  35,  96,  97,  131, 132, 177, 181, 185, 999};
+
+const std::vector<std::string>& Keys() {
+  static const std::vector<std::string> keys = [] {
+    std::vector<std::string> all;
+    for (const Command& command : Commands()) {
+      for (const auto& [key, value] : command.message.items()) {
+        all.push_back(key);
+      }
+    }
+    return all;
+  }();
+  return keys;
+}
+
+// What is left of a line; zeros behind its end.
+struct Reader {
+  std::string_view text;
+
+  char Take() {
+    const char byte = text.empty() ? '\0' : text.front();
+    text.remove_prefix(text.empty() ? 0 : 1);
+    return byte;
+  }
+  bool TakeIf(char wanted) { return !text.empty() && text.front() == wanted && Take() == wanted; }
+  template <class Table>
+  auto& Pick(const Table& table) {
+    return table[static_cast<unsigned char>(Take()) % std::size(table)];
+  }
+  Json Message() {
+    if (!TakeIf('@')) {
+      const Json json = Json::parse(text, nullptr, false);
+      return json.is_discarded() ? Json(text) : json;
+    }
+    Json request = Pick(Commands()).message;
+    const auto module = static_cast<unsigned char>(Take());
+    request["moduleName"] =
+        module % 8 < std::size(kModules) ? Json(kModules[module % 8]) : request["moduleName"];
+    while (!text.empty()) {
+      const std::string& key = Pick(Keys());
+      request[key] = Pick(kValues);
+    }
+    return request;
+  }
+};
 
 std::string Text(const Json& json) {
   return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-int Int(const Json& value) {
-  return value.is_number_integer() ? static_cast<int>(value.get<int64_t>()) : 0;
 }
 
 std::string Joined(const Lines& lines) {
@@ -88,34 +140,33 @@ class Session {
     Check(browser_->LiveVars() == 0 && browser_->LiveResources() == 0, "nothing is leaked");
   }
 
-  void Step(Reader* reader) {
-    if (reader->TakeIf('.')) {
+  void Step(Reader line) {
+    if (line.TakeIf('.')) {
       Close();
       return;
     }
     if (page_ == nullptr) {
       Open();
     }
-    if (reader->TakeIf('&')) {
-      const int id = Int(reader->Value());
-      const Json percent = reader->Value();
-      Record record{static_cast<std::uint32_t>(Int(percent)), Int(reader->Value()), {}};
-      if (const Json data = reader->Value(); data.is_string()) {
-        record.data = data.get<std::string>();
+    if (line.TakeIf('&')) {
+      const int id = line.Pick(kMessages);
+      const bool has_record = !line.TakeIf('-');
+      Record record{static_cast<std::uint32_t>(line.Pick(kNumbers)), line.Pick(kNumbers), {}};
+      if (!line.TakeIf('-')) {
+        record.data = line.Pick(kTexts);
       }
-      const bool has_record = percent.is_number_integer();
       reports_.push_back([=] { Message(id, has_record ? &record : nullptr); });
-    } else if (reader->TakeIf('^')) {
-      const auto position = static_cast<unsigned long>(Int(reader->Value()));
+    } else if (line.TakeIf('^')) {
+      const auto position = static_cast<unsigned long>(line.Pick(kNumbers));
       reports_.push_back([=] { Position(position); });
-    } else if (reader->TakeIf('#')) {
-      const auto type = static_cast<unsigned int>(Int(reader->Value()));
-      const int number = Int(reader->Value());
+    } else if (line.TakeIf('#')) {
+      const auto type = static_cast<unsigned int>(line.Pick(kNumbers));
+      const int number = line.Pick(kNumbers);
       reports_.push_back([=] { Event(type, number); });
     } else {
       Flush();
       ++step_;
-      reader->TakeIf('!') ? Post(reader->Value()) : Send(reader->Value());
+      line.TakeIf('!') ? Post(line.Message()) : Send(line.Message());
     }
   }
 
@@ -147,10 +198,10 @@ class Session {
     const unsigned int first = byte();
     answer.success = first % 8 != 7;
     answer.fills = first % 16 != 14;
-    answer.number = kNumbers[byte() % kNumbers.size()];
-    answer.width = kNumbers[byte() % kNumbers.size()];
-    answer.height = kNumbers[byte() % kNumbers.size()];
-    answer.text = kTexts[byte() % kTexts.size()];
+    answer.number = kNumbers[byte() % std::size(kNumbers)];
+    answer.width = kNumbers[byte() % std::size(kNumbers)];
+    answer.height = kNumbers[byte() % std::size(kNumbers)];
+    answer.text = kTexts[byte() % std::size(kTexts)];
     answer.bitrates.assign(byte() % 4, static_cast<unsigned int>(answer.number));
     return answer;
   }
@@ -354,11 +405,14 @@ class Session {
 };
 
 void Run(std::string_view input) {
-  const std::size_t line = std::min(input.find('\n'), input.size());
-  Session session(input.substr(0, line));
-  Reader reader(input.substr(line));
-  for (int i = 0; i < kMaxSteps && !reader.AtEnd(); ++i) {
-    session.Step(&reader);
+  const auto line = [&input] {
+    const std::string_view first = input.substr(0, input.find('\n'));
+    input.remove_prefix(std::min(first.size() + 1, input.size()));
+    return first;
+  };
+  Session session(line());
+  for (int i = 0; i < kMaxSteps && !input.empty(); ++i) {
+    session.Step({line()});
   }
   session.Settle();
 }

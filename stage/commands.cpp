@@ -64,27 +64,34 @@ Command::Command(const char* module,
                  std::string when)
     : message(host::Json::parse(request)),
       name(message.at("command").get<std::string>()),
-      script(Split(journal)),
+      script(Script(journal, name)),
       value(std::move(reply)),
       refused(std::move(refusal)),
       condition(std::move(when)) {
   message["moduleName"] = module;
 }
 
-Lines Split(const std::string& text) {
+std::string Line(const std::string& text, const std::string& function) {
+  const std::size_t letter = text[0] == '-' || text[0] == '+' ? 1 : 0;
+  return text.size() > letter + 1 && text[letter + 1] == ' '
+             ? text.substr(0, letter + 1) + ":" + function + text.substr(letter + 1)
+             : text;
+}
+
+Lines Script(const std::string& text, const std::string& function) {
   constexpr char kBetween[] = " | ";
   Lines lines;
   for (std::size_t at = 0, end = 0; end != std::string::npos && !text.empty();
        at = end + sizeof kBetween - 1) {
     end = text.find(kBetween, at);
-    lines.push_back(text.substr(at, end - at));
+    lines.push_back(Line(text.substr(at, end - at), function));
   }
   return lines;
 }
 
 // clang-format off
 const char* const kObtainingTuner =
-    "tuner GetKelvoAppIDByPID(parent, zeros, 255) | tuner GetInstance({application}, false, null) | "
+    "tuner GetKelvoAppIDByPID(parent, zeros, 255) | tuner GetInstance({application}, false, false) | "
     "-H:InitRFManager Getting RFManager instance failed. | stop? | "
     "t:CLumivexEventListener [CLumivexEventListener] constructor | "
     "tuner RegisterRFEventHandler(true) | tuner SetSubtitleWindowSubsurface({window:u}) | "
@@ -236,7 +243,7 @@ const std::vector<Command>& Commands() {
                "{:Q}", R"("FAILED")"),
       OfTracks(with(kLanguage, "-2"), 0, language, wrong, "bad"),
       {kTuner, R"({"command": "GetRFSubtitleMode"})",
-       "tuner? | tuner GetSubtitleMode() | -H GetSubtitleMode() returned false. | stop? | "
+       "tuner? | tuner GetSubtitleMode(*0) | -H GetSubtitleMode() returned false. | stop? | "
        "h [GetRFSubtitleMode] subtitle mode: {}",
        "{}", "-1"},
       {kTuner, R"({"command": "SetRFSubtitleMode", "subtitleMode": -70})",
@@ -244,7 +251,8 @@ const std::vector<Command>& Commands() {
        "-H SetSubtitleMode({subtitleMode}) returned false.",
        "true", "false"},
       {kTuner, R"({"command": "GetRFSubtitleStatus"})",
-       "tuner? | tuner GetSubtitleStatus() | -H GetSubtitleStatus() returned false. | stop? | "
+       "tuner? | tuner GetSubtitleStatus(*false) | -H GetSubtitleStatus() returned false. | stop? "
+       "| "
        "h [GetRFSubtitleStatus] subtitle status: {:d}, result: 1",
        "{:b}", "-1"},
       {kTuner, R"({"command": "SetRFSubtitleStatus", "showStatus": true})",

@@ -98,7 +98,7 @@ Area Fitted(Area area, int video_width, int video_height) {
 class Course {
  public:
   Course(const Json& request, const std::string& function, Circumstances* now)
-      : request_(request), function_(function), now_(now) {}
+      : request_(request), in_adapter_(function), now_(now) {}
 
   // False: it ended before its end.
   bool Follow(const Lines& lines) {
@@ -152,10 +152,10 @@ class Course {
     }
     if (line[0] == 'a' || line[0] == 'A') {
       if (line.find(" starts.") != std::string::npos) {
-        in_adapter_ = line[1] == ':' ? line.substr(2, line.find(' ') - 2) : function_;
+        in_adapter_ = line.substr(2, line.find(' ') - 2);
         lacks_player_ = false;
       } else if (lacks_player_) {
-        return true;  // it had its excuse
+        return true;  // it has given its reason
       }
     }
     if (line.find("{fit") != std::string::npos && (answer_.width <= 0 || answer_.height <= 0)) {
@@ -164,7 +164,7 @@ class Course {
     }
     if (line.find("{#}") != std::string::npos) {
       for (index_ = 0; index_ < answer_.bitrates.size(); ++index_) {
-        journal.push_back(Line(Expand(line), function_));
+        journal.push_back(Expand(line));
       }
       return true;
     }
@@ -176,15 +176,15 @@ class Course {
       Call(Expand(line));
       return true;
     }
-    journal.push_back(Line(Expand(line), function_));
+    journal.push_back(Expand(line));
     return true;
   }
 
   bool HasPlayer() {
     lacks_player_ = !now_->has_player;
     if (lacks_player_) {
-      journal.push_back(AE(in_adapter_.empty() ? function_ : in_adapter_,
-                           "ZunoPlayer instance is not created yet. Returns false."));
+      journal.push_back("A:" + in_adapter_ +
+                        " ZunoPlayer instance is not created yet. Returns false.");
     }
     return now_->has_player;
   }
@@ -267,9 +267,8 @@ class Course {
   }
 
   const Json& request_;
-  const std::string function_;
+  std::string in_adapter_;  // the operation
   Circumstances* const now_;
-  std::string in_adapter_;
   bool lacks_player_ = false;
   bool is_refused_ = false;
   Answer answer_ = {};
@@ -304,8 +303,8 @@ Outcome Run(const Command& command, const Json& request, Circumstances* now) {
   const std::string first = command.script.empty() ? "" : command.script.front();
   if ((first == "tuner?" && !now->has_tuner) ||
       (first == "tuner" &&
-       !course.Follow(Split(now->has_tuner ? "h:InitRFManager RFManager is already initialized."
-                                           : kObtainingTuner)))) {
+       !course.Follow(Script(now->has_tuner ? "h:InitRFManager RFManager is already initialized."
+                                            : kObtainingTuner)))) {
     return reply(NoTuner());
   }
   if (!HasKeys(command, request)) {
@@ -341,7 +340,7 @@ std::string Posted(const std::string& reply, const std::string& name) {
 }
 
 // What becomes of a request before its command is looked for: the reply, empty when it passes.
-Outcome Admit(const Json& message, const char* hook, const Circumstances& now) {
+Outcome Admit(const Json& message, const std::string& hook, const Circumstances& now) {
   const auto refused = [](const char* what) {
     return Refused(26, "InvalidValuesError", std::string("Parameter ") + what + " is invalid");
   };
@@ -349,7 +348,7 @@ Outcome Admit(const Json& message, const char* hook, const Circumstances& now) {
     return {refused("moduleName"), {}};
   }
   const std::string module = message.at("moduleName").get<std::string>();
-  const Lines line = {H(hook, "=================> moduleName: " + UpToNul(module))};
+  const Lines line = {"h:" + hook + " =================> moduleName: " + UpToNul(module)};
   if ((module == kPlayer && !now.player_privilege) || (module == kTuner && !now.tuner_privilege)) {
     return {Refused(18, "SecurityError", "You do not have the " + module + " privilege"), line};
   }
@@ -359,16 +358,16 @@ Outcome Admit(const Json& message, const char* hook, const Circumstances& now) {
 }  // namespace
 
 Outcome Expect(const Json& message, Circumstances* now) {
-  constexpr char kHook[] = "HandleBlockingMessageImpl";
   if (!message.is_object()) {
     return {Refused(26, "InvalidValuesError", "Incoming message is not dictionary"), {}};
   }
-  Outcome outcome = Admit(message, kHook, *now);
+  Outcome outcome = Admit(message, "HandleBlockingMessageImpl", *now);
   if (!outcome.reply.empty()) {
     return outcome;
   }
   const std::string name = message.at("command").get<std::string>();
-  outcome.journal.push_back(H(kHook, "=================> command: " + UpToNul(name)));
+  outcome.journal.push_back("h:HandleBlockingMessageImpl =================> command: " +
+                            UpToNul(name));
   for (const Command& command : Commands()) {
     if (command.name == name && Holds(command.condition, message)) {
       Outcome run = Run(command, message, now);
@@ -376,17 +375,16 @@ Outcome Expect(const Json& message, Circumstances* now) {
       return run;
     }
   }
-  outcome.journal.push_back(HE(kHook, "Can not handle the command!! "));
+  outcome.journal.push_back("H:HandleBlockingMessageImpl Can not handle the command!! ");
   outcome.reply = Refused(9, "NotSupportedError", "Command not recognized");
   return outcome;
 }
 
 Outcome ExpectPosted(const Json& message, const Circumstances& now) {
-  constexpr char kHook[] = "HandleMessageImpl";
   if (!message.is_object()) {
     return {Posted(Refused(26, "InvalidValuesError", "Incoming message is invalid"), ""), {}};
   }
-  Outcome outcome = Admit(message, kHook, now);
+  Outcome outcome = Admit(message, "HandleMessageImpl", now);
   if (outcome.reply.empty()) {
     const std::string name = message.at("command").get<std::string>();
     return {Posted(Refused(9, "NotSupportedError", "Parameters is invalid"), name),
@@ -396,7 +394,7 @@ Outcome ExpectPosted(const Json& message, const Circumstances& now) {
   const std::string module = closed ? message.at("moduleName").get<std::string>() : "";
   if (module == kPlayer) {
     outcome.journal.push_back(
-        HE(kHook, "[LumivexMessageHandler] m_hasLumivexPlayerPrivilege fail"));
+        "H:HandleMessageImpl [LumivexMessageHandler] m_hasLumivexPlayerPrivilege fail");
   }
   return {Posted(outcome.reply, module), outcome.journal};
 }

@@ -18,6 +18,11 @@ namespace lumivex::test {
 inline constexpr char kPlayer[] = "lumivexplayer";
 inline constexpr char kTuner[] = "lumivexrfmanager";
 
+// "h message" is short for the line "h:Function message" of the journal; other lines stand as they
+// are. A script has several, separated by " | ".
+std::string Line(const std::string& text, const std::string& function);
+Lines Script(const std::string& text, const std::string& function = "");
+
 // A row. Of the rows of a command the first counts whose condition holds.
 struct Command {
   // The request is an example, right in everything. Its keys have to be there, but for timeOffset

@@ -73,10 +73,9 @@ Report Buffering(const Record* record, Circumstances* now) {
   }
   now->last_percent = record->percent;
   Report report = Info(3, static_cast<int>(record->percent));
-  report.journal.insert(
-      report.journal.begin(),
-      A("OnMessage", "[INFO_BUFFERING_PROGRESS] Previous[" + std::to_string(last) +
-                         "] vs. Current[" + std::to_string(record->percent) + "] Progress..."));
+  report.journal.insert(report.journal.begin(),
+                        "a:OnMessage [INFO_BUFFERING_PROGRESS] Previous[" + std::to_string(last) +
+                            "] vs. Current[" + std::to_string(record->percent) + "] Progress...");
   return report;
 }
 
@@ -98,9 +97,9 @@ Report Message(int id, const Record* record, Circumstances* now) {
     return Info(9, record->value);
   }
   if (record != nullptr && id == 132 && record->data) {
-    return {Json({{"event", "PLAYBACK_TIMEDTEXT_EVENT"}, {"text", PageText(*record->data)}}).dump(),
-            {L("OnTimedText",
-               "[CZunoPlayerEventListener][OnTimedText] pText: " + UpToNul(*record->data))}};
+    return {
+        Json({{"event", "PLAYBACK_TIMEDTEXT_EVENT"}, {"text", PageText(*record->data)}}).dump(),
+        {"l:OnTimedText [CZunoPlayerEventListener][OnTimedText] pText: " + UpToNul(*record->data)}};
   }
   if (record != nullptr && id == 181 && record->value >= 0 &&
       (record->data || record->value == 0)) {
@@ -108,8 +107,8 @@ Report Message(int id, const Record* record, Circumstances* now) {
         record->data.value_or("").substr(0, static_cast<std::size_t>(record->value));
     return {
         Json({{"event", "PLAYBACK_DRMINFO_EVENT"}, {"type", 0}, {"data", PageText(data)}}).dump(),
-        {L("OnDRMInfo",
-           "[CZunoPlayerEventListener][OnDRMInfo] type: [0], pData: [" + UpToNul(data) + "]")}};
+        {"l:OnDRMInfo [CZunoPlayerEventListener][OnDRMInfo] type: [0], pData: [" + UpToNul(data) +
+         "]"}};
   }
   return {};
 }
@@ -119,7 +118,7 @@ Report Message(int id, const Record* record, Circumstances* now) {
 Report ExpectMessage(int id, const Record* record, Circumstances* now) {
   Report report = Message(id, record, now);
   report.journal.insert(report.journal.begin(),
-                        A("OnMessage", "[OnMessage] id: [" + std::to_string(id) + "]"));
+                        "a:OnMessage [OnMessage] id: [" + std::to_string(id) + "]");
   return report;
 }
 

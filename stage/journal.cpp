@@ -15,9 +15,17 @@ namespace lumivex::test {
 
 namespace {
 
-constexpr char kPrefix[] = "%s: %s(%d) > ";
-constexpr char kHandlerTag[] = "LUMIVEX_PPLUGIN";
-constexpr char kAdapterTag[] = "ZunoPlayerAdapter";
+constexpr char kPrefix[] = "%s: %s(%d) > ";  // file, function, line
+
+// The letters of log lines by "buffer/priority/tag file".
+constexpr std::pair<const char*, const char*> kSources[] = {
+    {"0/3/LUMIVEX_PPLUGIN LumivexMessageHandler.cpp", "h"},
+    {"0/6/LUMIVEX_PPLUGIN LumivexMessageHandler.cpp", "H"},
+    {"0/3/ZunoPlayerAdapter ZunoPlayerAdapter.cpp", "a"},
+    {"0/6/ZunoPlayerAdapter ZunoPlayerAdapter.cpp", "A"},
+    {"0/3/LUMIVEX_PPLUGIN ZunoPlayerEventListener.cpp", "l"},
+    {"0/3/LUMIVEX_PPLUGIN LumivexEventListener.cpp", "t"},
+    {"2/6/KPP_BASE LumivexMessageHandler.h", "K"}};
 
 thread_local bool is_in_event = false;
 
@@ -66,18 +74,6 @@ EventScope::~EventScope() {
   is_in_event = was_in_event_;
 }
 
-std::string LogLine(int buffer,
-                    int priority,
-                    const std::string& tag,
-                    const std::string& file,
-                    const std::string& function,
-                    const std::string& message) {
-  std::string line = std::to_string(buffer);
-  line.reserve(tag.size() + file.size() + function.size() + message.size() + 16);
-  line.append("/").append(std::to_string(priority)).append("/").append(tag).append(" ");
-  return line.append(file).append(" ").append(function).append(": ").append(message);
-}
-
 std::string Quote(const std::string& bytes) {
   std::string text = "\"";
   for (const char c : bytes) {
@@ -93,95 +89,28 @@ std::string Quote(const std::string& bytes) {
   return text + "\"";
 }
 
-std::string H(const std::string& function, const std::string& message) {
-  return LogLine(0, 3, kHandlerTag, "LumivexMessageHandler.cpp", function, message);
-}
-
-std::string HE(const std::string& function, const std::string& message) {
-  return LogLine(0, 6, kHandlerTag, "LumivexMessageHandler.cpp", function, message);
-}
-
-std::string A(const std::string& function, const std::string& message) {
-  return LogLine(0, 3, kAdapterTag, "ZunoPlayerAdapter.cpp", function, message);
-}
-
-std::string AE(const std::string& function, const std::string& message) {
-  return LogLine(0, 6, kAdapterTag, "ZunoPlayerAdapter.cpp", function, message);
-}
-
-std::string L(const std::string& function, const std::string& message) {
-  return LogLine(0, 3, kHandlerTag, "ZunoPlayerEventListener.cpp", function, message);
-}
-
-std::string T(const std::string& function, const std::string& message) {
-  return LogLine(0, 3, kHandlerTag, "LumivexEventListener.cpp", function, message);
-}
-
-std::string Line(const std::string& text, const std::string& function) {
-  if (text.size() < 2 || (text[1] != ':' && text[1] != ' ')) {
-    return text;
-  }
-  const std::size_t space = text.find(' ');
-  const std::string in = text[1] == ':' ? text.substr(2, space - 2) : function;
-  const std::string message = text.substr(space + 1);
-  switch (text[0]) {
-    case 'h':
-      return H(in, message);
-    case 'H':
-      return HE(in, message);
-    case 'a':
-      return A(in, message);
-    case 'A':
-      return AE(in, message);
-    case 'l':
-      return L(in, message);
-    case 't':
-      return T(in, message);
-    case 'K':
-      return LogLine(2, 6, "KPP_BASE", "LumivexMessageHandler.h", "CLumivexPluginInstance",
-                     "[PluginLogging] " + message);
-    default:
-      return text;
-  }
-}
-
-Lines Script(const std::string& text, const std::string& function) {
-  Lines lines = Split(text);
-  for (std::string& line : lines) {
-    line = Line(line, function);
-  }
-  return lines;
-}
-
 }  // namespace lumivex::test
 
 // The platform log, in the place of the library's.
 int __dlog_print(int buffer, int priority, const char* tag, const char* format, ...) {
-  using lumivex::test::Journal;
   using lumivex::test::kPrefix;
   va_list arguments;
   va_start(arguments, format);
-  va_list leading;
-  va_copy(leading, arguments);
-  char* formatted = nullptr;
-  const int length = vasprintf(&formatted, format, arguments);
-  va_end(arguments);
-  const std::string text = formatted;
-  std::free(formatted);
-  if (std::strncmp(format, kPrefix, sizeof kPrefix - 1) != 0) {
-    va_end(leading);
-    Journal::Get().Add("log line without its place: " + text, format);
-    return length;
+  std::string source = std::to_string(buffer) + "/" + std::to_string(priority) + "/" + tag;
+  std::string place;
+  if (std::strncmp(format, kPrefix, sizeof kPrefix - 1) == 0) {
+    format += sizeof kPrefix - 1;
+    source += std::string(" ") + va_arg(arguments, const char*);
+    place = va_arg(arguments, const char*);
+    place += va_arg(arguments, int) > 0 ? " " : " (without a line) ";
   }
-  const std::string file = va_arg(leading, const char*);
-  const std::string function = va_arg(leading, const char*);
-  const int line = va_arg(leading, int);
-  va_end(leading);
-  const std::size_t prefix =
-      file.size() + function.size() + std::to_string(line).size() + std::strlen(": () > ");
-  std::string entry =
-      lumivex::test::LogLine(buffer, priority, tag, file, function, text.substr(prefix));
-  entry += line > 0 ? "" : " (from no source line)";
-  Journal::Get().Add(std::move(entry), format);
+  char* message = nullptr;
+  const int length = vasprintf(&message, format, arguments);
+  va_end(arguments);
+  for (const auto& [name, letter] : lumivex::test::kSources) {
+    source = source == name ? letter : source;
+  }
+  lumivex::test::Journal::Get().Add(source + ":" + place + message, format);
+  std::free(message);
   return length;
 }

@@ -5,13 +5,14 @@
 // tuner service, the log. All that the plug-in calls appears in the journal.
 //
 // The player is made by hand: an object whose first word points at a table of 78 functions. It
-// knows positions and arguments only and nothing of the plug-in's declarations, so that an
-// operation at the wrong position shows as another call than the expected one.
+// knows positions and arguments only and nothing of the plug-in's declarations, so an operation at
+// the wrong position shows as a different call.
 //
 // A call appears as "player position(arguments)" or "tuner Name(arguments)"; *x is what an output
 // held. From the second player or tuner on, its number stands behind the word. What the plug-in
 // does with the player library appears as "dlopen path mode", "player Create" and so on.
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -76,11 +77,17 @@ struct Stage {
   int players_made = 0;
   int tuners_made = 0;
 
-  // What the last player was given.
-  int (*message_callback)(int id, void* record, void* user) = nullptr;
-  void* message_user = nullptr;
-  void (*position_callback)(unsigned long position, void* user) = nullptr;
-  void* position_user = nullptr;
+  using MessageCallback = int (*)(int id, void* record, void* user);
+  using PositionCallback = void (*)(unsigned long position, void* user);
+  struct Player {
+    void* const* table = nullptr;  // comes first
+    MessageCallback message = nullptr;
+    void* message_user = nullptr;
+    PositionCallback position = nullptr;
+    void* position_user = nullptr;
+  };
+  std::array<Player, 1000> made;           // the players by their numbers, from 1 on
+  std::array<void*, 1000> listeners = {};  // of the tuners
 };
 
 // For the parts of the stage: enters a call into the journal, numbered from 2 on, and decides it.

@@ -1,11 +1,11 @@
-// The same requests to the plug-in, in the headless host, and to its stand-in for tests of pages:
-// the replies have to be the same.
+// The client against an element that only remembers; and the same requests to the plug-in, in the
+// headless host, and to its stand-in for tests of pages, whose replies have to be the same.
 //
 // usage: contract_test.mjs HOST MEDIA_FOLDER
 import assert from "node:assert/strict";
 import {spawnSync} from "node:child_process";
 import test from "node:test";
-import {Lumivex} from "../../examples/page/module.js";
+import {Lumivex, LumivexError} from "../../examples/page/module.js";
 import {FakePlugin} from "../../examples/page/fake.js";
 
 const [host, media] = process.argv.slice(2);
@@ -48,6 +48,90 @@ function variants({moduleName, command, ...args}) {
 }
 const envelopes = [null, 1, "Start", [], {}, {moduleName: PLAYER}, {command: "Start"},
   {moduleName: "page", command: "toString"}];
+
+// A client on an element with this reply, and what it sends.
+function recorded(reply) {
+  const sent = [];
+  const element = Object.assign(new EventTarget(), {
+    postMessageAndAwaitResponse(message) {
+      sent.push(message);
+      return reply;
+    },
+  });
+  return {element, sent, tv: new Lumivex(element)};
+}
+
+test("functions send requests", () => {
+  const {sent, tv} = recorded({code: 0, value: "the value"});
+  const call = (moduleName, command, ...args) =>
+    tv[moduleName === PLAYER ? "player" : "tuner"][command[0].toLowerCase() + command.slice(1)](...args);
+  for (const {moduleName, command, ...args} of right) {
+    const values = Object.values(args);
+    const given = values.length > 2 ? [args] : values;
+    assert.equal(call(moduleName, command, ...given, "ignored"), "the value");
+    assert.deepEqual(sent.pop(), {moduleName, command, ...args});
+  }
+  // What is not given is left out.
+  for (const [command, given, args] of [
+    ["SetDataSource", ["a"], {url: "a"}],
+    ["SeekTo", [], {}],
+    ["SetDisplayArea", [{x: 1, y: 2, width: 3, height: 4}], {x: 1, y: 2, width: 3, height: 4}],
+    ["SetDRMProperty", [Lumivex.DrmProperty.COOKIE, "c"], {type: 3, propertyData: "c"}],
+    ["SelectTrack", [Lumivex.TrackType.AUDIO, 1], {trackType: 2, index: 1}],
+  ]) {
+    call(PLAYER, command, ...given);
+    assert.deepEqual(sent.pop(), {moduleName: PLAYER, command, ...args});
+  }
+  call(TUNER, "TuneRFChannel", {major: 1, minor: 2, programNum: 3, transportStreamID: 4});
+  assert.equal(sent.pop().ptc, 0);
+  assert.equal(Lumivex.ScalingMode.KEEP_ASPECT, 0);
+});
+
+test("messages become events", () => {
+  const {element, tv} = recorded();
+  const info = (type, param1, param2 = 0) => ({event: "PLAYBACK_INFO_EVENT", type, param1, param2});
+  const got = [];
+  for (const [data, type, detail] of [
+    [{event: "PLAYBACK_ERROR_EVENT", type: 2, extra: 0}, "playbackerror", {type: 2, extra: 0}],
+    [info(1, 0), "bufferingstart", {}],
+    [info(2, 0), "bufferingcomplete", {}],
+    [info(3, 40), "bufferingprogress", {percent: 40}],
+    [info(6, 700), "position", {position: 700}],
+    [info(8, 64, 36), "resolution", {width: 64, height: 36}],
+    [info(9, 5), "info", {type: 9, param1: 5, param2: 0}],
+    [{event: "PLAYBACK_DRMINFO_EVENT", type: 0, data: "d"}, "drminfo", {type: 0, data: "d"}],
+    [{event: "PLAYBACK_TIMEDTEXT_EVENT", text: ""}, "timedtext", {text: ""}],
+    [{name: "Start", code: 9}, "message", {name: "Start", code: 9}],
+    [{event: "RF_INFO_EVENT", eventType: 0}, "tuned", {eventType: 0}],
+  ]) {
+    tv.addEventListener(type, (event) => got.push(event.detail));
+    element.dispatchEvent(new MessageEvent("message", {data}));
+    assert.deepEqual(got.splice(0), [detail], type);
+  }
+  tv.close();
+  element.dispatchEvent(
+    new MessageEvent("message", {data: {event: "RF_INFO_EVENT", eventType: 0}}));
+  assert.deepEqual(got, []);
+});
+
+test("failures are thrown", () => {
+  const refused = {code: 11, value: null, errorName: "InvalidStateError", errorMessage: ""};
+  const gone = recorded();
+  gone.element.postMessageAndAwaitResponse = () => { throw new Error("gone"); };
+  for (const [tv, code, name, message] of [
+    [recorded(refused).tv, 11, "InvalidStateError", "InvalidStateError"],
+    [recorded().tv, -1, "PluginError", "The plug-in does not answer"],
+    [gone.tv, -1, "PluginError", "The plug-in does not answer: gone"],
+    [new Lumivex(new EventTarget()), -1, "PluginError", "The element has no plug-in"],
+  ]) {
+    assert.throws(() => tv.player.start(), (error) => {
+      assert.ok(error instanceof LumivexError);
+      assert.deepEqual([error.code, error.name, error.message, error.command],
+        [code, name, message, "Start"]);
+      return true;
+    });
+  }
+});
 
 const isPost = (line) => line !== null && line.$post !== undefined;
 const isWait = (line) => line !== null && line.$waitFor !== undefined;

@@ -122,11 +122,6 @@ TEST_F(Browser, RefusesDeniedPrivileges) {
   ExpectAllOk(&one);
 }
 
-TEST_F(Browser, ClientSendsWhatItsFunctionsSay) {
-  Program program({Address("client.html")});
-  ExpectAllOk(&program);
-}
-
 TEST_F(Browser, PlaysAClipAndTunesAndTheHostDoesTheSame) {
   const std::string record = folder_ / "record";
   Program program({"--record", record, Address("playback.html")});

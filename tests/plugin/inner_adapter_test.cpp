@@ -108,7 +108,7 @@ TEST_F(Adapter, TheOrderOfTheOperationsIsFixed) {
   EXPECT_EQ(major, 77);
   EXPECT_EQ(minor, 78);
   Call<void>(player, 1);
-  EXPECT_EQ(journal_.Take().back(), A("~CZunoPlayerAdapter", "Destructor finishes."));
+  EXPECT_EQ(journal_.Take().back(), "a:~CZunoPlayerAdapter Destructor finishes.");
 }
 
 TEST_F(Adapter, WithoutAPlayerOrAPlaceNothingIsGiven) {
@@ -117,8 +117,7 @@ TEST_F(Adapter, WithoutAPlayerOrAPlaceNothingIsGiven) {
     CZunoPlayerAdapter adapter(listener_.get());
     journal_.Take();
     EXPECT_FALSE(adapter.GetAvailableBitrates(nullptr));
-    EXPECT_THAT(journal_.Take(),
-                ElementsAre(AE("GetAvailableBitrates", "pAvailableBitrates is NULL.")));
+    EXPECT_THAT(journal_.Take(), ElementsAre("A:GetAvailableBitrates pAvailableBitrates is NULL."));
     stage_.failing = {"player 30"};
     EXPECT_FALSE(adapter.GetAvailableBitrates(&bitrates));
   }
@@ -136,9 +135,8 @@ TEST_F(Adapter, WithoutAPlayerOrAPlaceNothingIsGiven) {
 
 TEST_F(Adapter, WithoutAListenerOrItsOwnAddressItIgnoresTheLibrary) {
   const CZunoPlayerAdapter deaf(nullptr);
-  EXPECT_THAT(journal_.Take(), testing::Contains(AE("CZunoPlayerAdapter",
-                                                    "IPlaybackEventListener instance is "
-                                                    "NULL.")));
+  EXPECT_THAT(journal_.Take(), testing::Contains("A:CZunoPlayerAdapter IPlaybackEventListener "
+                                                 "instance is NULL."));
   EXPECT_EQ(stage_.Message(186), -1);
   stage_.Position(700);
   EXPECT_THAT(journal_.Take(),
@@ -149,12 +147,13 @@ TEST_F(Adapter, WithoutAListenerOrItsOwnAddressItIgnoresTheLibrary) {
                                       "A:OnCurrentPosition GetEventListener() returned NULL.")));
 
   CZunoPlayerAdapter adapter(listener_.get());
-  EXPECT_EQ(stage_.message_user, &adapter);
-  EXPECT_EQ(stage_.position_user, &adapter);
-  EXPECT_NE(stage_.message_user, static_cast<void*>(static_cast<ILumivexPlayer*>(&adapter)));
+  const Stage::Player& player = stage_.made[1];
+  EXPECT_EQ(player.message_user, &adapter);
+  EXPECT_EQ(player.position_user, &adapter);
+  EXPECT_NE(player.message_user, static_cast<void*>(static_cast<ILumivexPlayer*>(&adapter)));
   journal_.Take();
-  EXPECT_EQ(stage_.message_callback(186, nullptr, nullptr), -1);
-  stage_.position_callback(700, nullptr);
+  EXPECT_EQ(player.message(186, nullptr, nullptr), -1);
+  player.position(700, nullptr);
   EXPECT_THAT(journal_.Take(),
               ElementsAreArray(Script("a:OnMessage [OnMessage] id: [186] | "
                                       "A:OnMessage Parameter for adapter instance is NULL. | "

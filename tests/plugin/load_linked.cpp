@@ -1,9 +1,9 @@
-// The tests of the inside run the objects linked into the program. What the plug-in posts appears
-// in the journal, as "post {...}" with the types of the vars.
+// The inner tests run the objects linked into the program, on the browser's own tables but for two
+// functions.
 
 #include <unistd.h>
 
-#include <cstring>
+#include <utility>
 
 #include "plugin_test.h"
 #include "ppapi/c/ppb_messaging.h"
@@ -14,59 +14,44 @@ namespace lumivex::test {
 
 namespace {
 
-Browser* current;
-const PPB_Messaging* browsers;  // own table
+PPB_Messaging messaging;
+PPB_ExtensionSystem_Quorvel_0_1 services;
+decltype(messaging.RegisterMessageHandler) real_register;
+decltype(services.GenericSyncCall) real_call;
 
-void PostMessage(PP_Instance instance, PP_Var message) {
-  Journal::Get().Add("post " + Describe(&current->vars(), message));
-  browsers->PostMessage(instance, message);
-}
-
-// On another than the main thread it would count as misuse, and goes no further than the journal.
+// On any other than the main thread it is misuse, and only noted.
 int32_t RegisterMessageHandler(PP_Instance instance,
                                void* user_data,
                                const PPP_MessageHandler* handler,
                                PP_Resource loop) {
   if (gettid() == getpid()) {
-    return browsers->RegisterMessageHandler(instance, user_data, handler, loop);
+    return real_register(instance, user_data, handler, loop);
   }
   Journal::Get().Add("register on loop " + std::to_string(loop));
   return 0;
 }
 
 // A call that fails may leave a result all the same.
-const void* PrivateTable(const void* real) {
-  using Table = PPB_ExtensionSystem_Quorvel_0_1;
-  static Table table;
-  static decltype(table.GenericSyncCall) call;
-  table = *static_cast<const Table*>(real);
-  call = table.GenericSyncCall;
-  table.GenericSyncCall = [](PP_Instance instance, PP_Var operation, PP_Var data, PP_Var* result) {
-    const int32_t status = call(instance, operation, data, result);
-    *result = status == 0 ? *result : host::BoolVar(true);
-    return status;
-  };
-  return &table;
+int32_t GenericSyncCall(PP_Instance instance, PP_Var operation, PP_Var data, PP_Var* result) {
+  const int32_t status = real_call(instance, operation, data, result);
+  *result = status == 0 ? *result : host::BoolVar(true);
+  return status;
 }
 
-// The browser's own tables, but for messaging and the private services.
 const void* GetInterface(const char* name) {
-  static PPB_Messaging table;
   const void* const real = Browser::GetInterface(name);
-  if (real == nullptr) {
-    return nullptr;
+  const std::string wanted = real == nullptr ? "" : name;
+  if (wanted == PPB_MESSAGING_INTERFACE) {
+    messaging = *static_cast<const PPB_Messaging*>(real);
+    real_register = std::exchange(messaging.RegisterMessageHandler, &RegisterMessageHandler);
+    return &messaging;
   }
-  if (std::strcmp(name, PPB_EXTENSIONSYSTEM_QUORVEL_INTERFACE_0_1) == 0) {
-    return PrivateTable(real);
+  if (wanted == PPB_EXTENSIONSYSTEM_QUORVEL_INTERFACE_0_1) {
+    services = *static_cast<const PPB_ExtensionSystem_Quorvel_0_1*>(real);
+    real_call = std::exchange(services.GenericSyncCall, &GenericSyncCall);
+    return &services;
   }
-  if (std::strcmp(name, PPB_MESSAGING_INTERFACE) != 0) {
-    return real;
-  }
-  browsers = static_cast<const PPB_Messaging*>(real);
-  table = *browsers;
-  table.PostMessage = &PostMessage;
-  table.RegisterMessageHandler = &RegisterMessageHandler;
-  return &table;
+  return real;
 }
 
 int32_t Initialize(PP_Module module, PPB_GetInterface) {
@@ -76,7 +61,6 @@ int32_t Initialize(PP_Module module, PPB_GetInterface) {
 }  // namespace
 
 bool LoadPlugin(Browser* browser, std::string* error) {
-  current = browser;
   return browser->LoadModule({&Initialize, &PPP_GetInterface, &PPP_ShutdownModule}, error);
 }
 

@@ -72,7 +72,7 @@ class Endurance : public PluginTest {
     ASSERT_NO_FATAL_FAILURE(Load(std::move(options)));
     for (std::unique_ptr<Page>& page : pages_) {
       page = NewPage();
-      ASSERT_EQ(Send(Request(kTuner, "SetChannelType", R"({"channelType": 0})"), {}, page.get()),
+      ASSERT_EQ(Send(Request(kTuner, "SetChannelType", R"({"channelType": 0})"), page.get()),
                 Ok("true"));
     }
     stage_.answer = [this](const std::string& call) {
@@ -106,9 +106,9 @@ class Endurance : public PluginTest {
     for (const Command& command : Commands()) {
       const Json request = command.message;
       const char* const code = command.value == "bad" ? R"({"code": 26,)" : R"({"code": 0,)";
-      EXPECT_EQ(Send(request, {}, page).find(code), 0U) << request;
+      EXPECT_EQ(Send(request, page).find(code), 0U) << request;
       EXPECT_TRUE(page->Post(request));
-      Send(Request(kTuner, command.name), {}, page);
+      Send(Request(kTuner, command.name), page);
     }
     messages.join();
     positions.join();

@@ -8,13 +8,13 @@ namespace {
 class Envelope : public PluginTest {
  protected:
   // Posts a message and holds what the page then receives against the contract.
-  void ComparePosted(const Json& message, const Circumstances& now) {
+  void ComparePosted(const Json& message) {
     SCOPED_TRACE("posted: " + message.dump());
     journal_.Take();
     EXPECT_TRUE(page_->Post(message));
     EXPECT_TRUE(page_->Settle());
     const std::vector<Json> events = Events();
-    const Outcome expected = ExpectPosted(message, now);
+    const Outcome expected = ExpectPosted(message, now_);
     ASSERT_EQ(events.size(), 1U);
     EXPECT_EQ(events[0].dump(), expected.reply);
     EXPECT_THAT(journal_.Take(), ElementsAreArray(expected.journal));
@@ -54,12 +54,11 @@ TEST_F(Envelope, EveryMessageUnderEveryPrivilege) {
       // The flags are asked for once: what the platform says later changes nothing.
       services_->player_privilege = !player;
       services_->tuner_privilege = !tuner;
-      Circumstances now;
-      now.player_privilege = player;
-      now.tuner_privilege = tuner;
+      now_.player_privilege = player;
+      now_.tuner_privilege = tuner;
       for (const Json& message : messages) {
-        Compare(message, &now);
-        ComparePosted(message, now);
+        Compare(message);
+        ComparePosted(message);
       }
       Close();
     }

@@ -25,8 +25,6 @@ class Events : public PluginTest {
               expected.event ? 1 : -1);
     Compare(expected);
   }
-
-  Circumstances now_;
 };
 
 TEST_F(Events, OfEveryMessageWithEveryRecord) {

@@ -20,23 +20,25 @@ std::string Asking(const std::string& privilege) {
          privilege + "\" | ";
 }
 
-const Lines kConstruction = Script(
-    Asking(kPlayer) + Asking(kTuner) +
-        "h m_hasLumivexPlayerPrivilege : 1 / m_hasLumivexRFMangerPrivilege : 1 | "
-        "h LumivexPlayer Version : 1.50 / LumivexRFManager Version: 1.50 | "
-        "bridge get_window_id undefined | h App window Resource ID -> 7 | "
-        "h Create m_pLumivexPlayerEventListener | "
-        "l:CZunoPlayerEventListener [CZunoPlayerEventListener] constructor | "
-        "a:CZunoPlayerAdapter Constructor starts | dlopen /usr/lib/libzuno-player.so 1 | "
-        "a:GetPlayerInstance Loading /usr/lib/libzuno-player.so lib successed.\n | "
-        "player Create() | a:GetPlayerInstance Create ZunoPlayer instance succeeded. | "
-        "player 3(1) | player 24(0) | player 23(1) | player 53() | player 52() | "
-        "a:CZunoPlayerAdapter Constructor finishes. | "
-        "a:SetDisplay SetDisplay(7), 0, 0, 1920, 1080, starts. | "
-        "player 75(0, wayland_rect: 0 0 1920 1080 (16), display_handler: 7 (4)) | "
-        "a:SetDisplay finishes. | h End of constructor | K begin additional_thread_->Start() | "
-        "K begin RegisterMessageHandler | K  RegisterMessageHandler success",
-    "CLumivexMessageHandler");
+const Lines kConstruction =
+    Script(Asking(kPlayer) + Asking(kTuner) +
+               "h m_hasLumivexPlayerPrivilege : 1 / m_hasLumivexRFMangerPrivilege : 1 | "
+               "h LumivexPlayer Version : 1.50 / LumivexRFManager Version: 1.50 | "
+               "bridge get_window_id undefined | h App window Resource ID -> 7 | "
+               "h Create m_pLumivexPlayerEventListener | "
+               "l:CZunoPlayerEventListener [CZunoPlayerEventListener] constructor | "
+               "a:CZunoPlayerAdapter Constructor starts | dlopen /usr/lib/libzuno-player.so 1 | "
+               "a:GetPlayerInstance Loading /usr/lib/libzuno-player.so lib successed.\n | "
+               "player Create() | a:GetPlayerInstance Create ZunoPlayer instance succeeded. | "
+               "player 3(1) | player 24(0) | player 23(1) | player 53() | player 52() | "
+               "a:CZunoPlayerAdapter Constructor finishes. | "
+               "a:SetDisplay SetDisplay(7), 0, 0, 1920, 1080, starts. | "
+               "player 75(0, wayland_rect: 0 0 1920 1080 (16), display_handler: 7 (4)) | "
+               "a:SetDisplay finishes. | h End of constructor | "
+               "K:CLumivexPluginInstance [PluginLogging] begin additional_thread_->Start() | "
+               "K:CLumivexPluginInstance [PluginLogging] begin RegisterMessageHandler | "
+               "K:CLumivexPluginInstance [PluginLogging]  RegisterMessageHandler success",
+           "CLumivexMessageHandler");
 const Lines kDestructorStarts =
     Script("h:~CLumivexMessageHandler Lumivex Pepper destructor starts.");
 const Lines kDestruction = Script(
@@ -80,8 +82,8 @@ TEST_F(Lifecycle, TheTunerIsReleasedBeforeThePlayer) {
       ElementsAreArray(
           kDestructorStarts +
           Lines{"tuner ReleaseInstance()",
-                T("OnEvent",
-                  "[CLumivexEventListener][OnEvent] contentType: [3], param1: [0], param2: []")} +
+                "t:OnEvent [CLumivexEventListener][OnEvent] contentType: [3], param1: [0], param2: "
+                "[]"} +
           kDestruction));
 }
 
@@ -92,8 +94,7 @@ TEST_F(Lifecycle, Threads) {
   page_ = NewPage();
   // The caller's name changes behind the handler's construction and before the worker starts.
   for (const Journal::Entry& entry : journal_.TakeEntries()) {
-    const bool of_instance = entry.text.find("[PluginLogging]") != std::string::npos;
-    EXPECT_EQ(entry.thread_name, of_instance ? "kpp.lumivex" : "before") << entry.text;
+    EXPECT_EQ(entry.thread_name, entry.text[0] == 'K' ? "kpp.lumivex" : "before") << entry.text;
     EXPECT_EQ(entry.thread, gettid()) << entry.text;
   }
   Send(Request(kPlayer, "Start"));
@@ -125,9 +126,9 @@ TEST_F(Lifecycle, TwoInstancesHaveEverythingOfTheirOwn) {
   EXPECT_EQ(Send(set_type_of_first), Ok("true"));
   const pid_t first_worker = journal_.TakeEntries().back().thread;
 
-  EXPECT_EQ(Send(Request(kPlayer, "Start"), {}, second.get()), Ok("true"));
+  EXPECT_EQ(Send(Request(kPlayer, "Start"), second.get()), Ok("true"));
   EXPECT_THAT(journal_.Take(), testing::Contains("player2 10(0)"));
-  EXPECT_EQ(Send(set_type, {}, second.get()), Ok("true"));
+  EXPECT_EQ(Send(set_type, second.get()), Ok("true"));
   const std::vector<Journal::Entry> entries = journal_.TakeEntries();
   EXPECT_EQ(entries.back().text, "tuner2 SetChType(0)");
   EXPECT_NE(entries.back().thread, first_worker);
@@ -147,7 +148,7 @@ TEST_F(Lifecycle, TwoInstancesHaveEverythingOfTheirOwn) {
 
   page_.reset();
   stage_.Message(32, nullptr, 2);
-  EXPECT_EQ(Send(Request(kPlayer, "Start"), {}, second.get()), Ok("true"));
+  EXPECT_EQ(Send(Request(kPlayer, "Start"), second.get()), Ok("true"));
   EXPECT_EQ(Events(second.get()).size(), 1U);
 }
 
@@ -167,7 +168,7 @@ TEST_F(Lifecycle, ARunningCommandEndsBeforeTheHandlerDoes) {
   page_->Close();
   sender.join();
   const Lines journal = journal_.Take();
-  const auto end = std::find(journal.begin(), journal.end(), A("SeekTo", "finishes."));
+  const auto end = std::find(journal.begin(), journal.end(), "a:SeekTo finishes.");
   ASSERT_NE(end, journal.end());
   ASSERT_NE(end + 1, journal.end());
   EXPECT_EQ(end[1], kDestructorStarts[0]);
@@ -195,7 +196,7 @@ TEST_F(Lifecycle, GivesAPlayerToWhoeverFindsTheFactory) {
   ASSERT_NE(factory, nullptr);
   EXPECT_EQ(factory(nullptr), nullptr);
   EXPECT_THAT(journal_.Take(),
-              ElementsAre(AE("GetLumivexPlayer", "IPlaybackEventListener instance is NULL.")));
+              ElementsAre("A:GetLumivexPlayer IPlaybackEventListener instance is NULL."));
   dlclose(library);
 }
 

@@ -25,6 +25,7 @@ void PluginTest::Open() {
   page_ = NewPage();
   ASSERT_NE(page_, nullptr);
   journal_.Take();
+  now_ = {};
 }
 
 void PluginTest::Close() {
@@ -49,47 +50,20 @@ std::unique_ptr<Page> PluginTest::NewPage() {
   return page;
 }
 
-std::string PluginTest::Send(const Json& message, const MoreVars& more, Page* page) {
+std::string PluginTest::Send(const Json& message, Page* page) {
   host::VarTable* const vars = &browser_->vars();
-  const std::optional<PP_Var> built = vars->FromJson(message);
-  if (!built) {
-    return "not passable";
-  }
-  const host::OwnedVar request(vars, *built);
-  for (const auto& [key, value] : more) {
-    const host::OwnedVar name(vars, vars->FromUtf8(key));
-    vars->DictionarySet(request.get(), name.get(), value);
-  }
+  const host::OwnedVar request(vars, vars->FromJson(message).value());
   return Ask(vars, page == nullptr ? page_.get() : page, request.get());
 }
 
-void PluginTest::Compare(const Json& message, Circumstances* now) {
+void PluginTest::Compare(const Json& message) {
   SCOPED_TRACE(message.dump());
   journal_.Take();
   const std::string reply = Send(message);
   const Lines journal = journal_.Take();
-  const Outcome expected = Expect(message, now);
+  const Outcome expected = Expect(message, &now_);
   EXPECT_EQ(reply, expected.reply);
   EXPECT_THAT(journal, ElementsAreArray(expected.journal));
-}
-
-Outcome PluginTest::Run(const std::string& request, const char* module, const MoreVars& more) {
-  Json message = Json::parse(request);
-  message["moduleName"] = module;
-  const std::string command = message.at("command").get<std::string>();
-  journal_.Take();
-  Outcome outcome{Send(message, more), journal_.Take()};
-  const Lines envelope = {
-      H("HandleBlockingMessageImpl", std::string("=================> moduleName: ") + module),
-      H("HandleBlockingMessageImpl", "=================> command: " + command)};
-  EXPECT_THAT(Lines(outcome.journal.begin(),
-                    outcome.journal.begin() +
-                        std::min<std::ptrdiff_t>(2, std::ptrdiff_t(outcome.journal.size()))),
-              ElementsAreArray(envelope));
-  outcome.journal.erase(outcome.journal.begin(), outcome.journal.size() < 2
-                                                     ? outcome.journal.end()
-                                                     : outcome.journal.begin() + 2);
-  return outcome;
 }
 
 Json PluginTest::Request(const std::string& module,

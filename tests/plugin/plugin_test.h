@@ -6,7 +6,6 @@
 
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "contract.h"
@@ -30,8 +29,6 @@ bool LoadPlugin(Browser* browser, std::string* error);
 // The fixture is the page. In the end everything must have been given back.
 class PluginTest : public testing::Test {
  protected:
-  using MoreVars = std::vector<std::pair<std::string, PP_Var>>;
-
   void SetUp() override;
   void TearDown() override;
 
@@ -40,25 +37,23 @@ class PluginTest : public testing::Test {
   void Close();
   std::unique_ptr<Page> NewPage();
 
-  // The reply to a blocking message.
-  std::string Send(const Json& message, const MoreVars& more = {}, Page* page = nullptr);
-  // The same for the JSON text of a command's arguments, its name among them. The journal is what
-  // came after the two lines that the envelope gives, which are checked here.
-  Outcome Run(const std::string& request, const char* module = kPlayer, const MoreVars& more = {});
-  // Sends a message and holds what comes of it against the contract.
-  void Compare(const Json& message, Circumstances* now);
+  // The reply to a blocking message, as Describe has it.
+  std::string Send(const Json& message, Page* page = nullptr);
+  // Sends a message and compares reply and journal with the contract.
+  void Compare(const Json& message);
   // Adds "moduleName" and "command" and fills in the rest from JSON text.
   static Json Request(const std::string& module,
                       const std::string& command,
                       const std::string& arguments = "{}");
 
-  std::vector<Json> Events(Page* page = nullptr);  // that have come
+  std::vector<Json> Events(Page* page = nullptr);  // not taken yet
 
   std::shared_ptr<PrivateServices> services_ = std::make_shared<PrivateServices>();
   Stage& stage_ = Stage::Get();
   Journal& journal_ = Journal::Get();
   std::unique_ptr<Browser> browser_;
   std::unique_ptr<Page> page_;
+  Circumstances now_;  // for the contract
 };
 
 }  // namespace lumivex::test
