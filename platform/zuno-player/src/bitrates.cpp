@@ -1,66 +1,66 @@
 #include "bitrates.h"
 
-#include <algorithm>
-#include <charconv>
-#include <sstream>
+#include <cstdlib>
 #include <string_view>
+
+#include "gst_ptr.h"
 
 namespace zuno {
 namespace {
 
-// The value of one attribute in a list NAME=value,NAME="quoted, value" or NAME="value"
-// NAME="value".
-std::string_view Attribute(std::string_view list, std::string_view name) {
-  constexpr std::string_view kBetween = ", \t\r\n";
-  while (true) {
-    list.remove_prefix(std::min(list.find_first_not_of(kBetween), list.size()));
-    const std::size_t equals = list.find('=');
-    if (equals >= list.size() - 1 || list.empty()) {
-      return {};
-    }
-    const std::string_view key = list.substr(0, equals);
-    list.remove_prefix(equals + 1);
-    const bool quoted = list.front() == '"' || list.front() == '\'';
-    const std::size_t end = quoted ? list.find(list.front(), 1) : list.find_first_of(kBetween);
-    if (key == name) {
-      return list.substr(quoted ? 1 : 0, end - (quoted ? 1 : 0));
-    }
-    list.remove_prefix(std::min(end, list.size() - 1) + 1);
-  }
-}
+struct Ladder {
+  bool video = false;  // what the representations that follow are
+  std::vector<unsigned int> bitrates;
+};
 
-bool Skip(std::string_view* text, std::string_view start) {
-  const bool starts = text->substr(0, start.size()) == start;
-  text->remove_prefix(starts ? start.size() : 0);
-  return starts;
+void OnElement(GMarkupParseContext* /*context*/,
+               const char* name,
+               const char** keys,
+               const char** values,
+               void* data,
+               GError** /*error*/) {
+  auto* ladder = static_cast<Ladder*>(data);
+  const bool set = std::string_view(name) == "AdaptationSet";
+  if (!set && std::string_view(name) != "Representation") {
+    return;
+  }
+  std::string_view type;
+  std::string_view bitrate;
+  for (; *keys != nullptr; ++keys, ++values) {
+    const std::string_view key = *keys;
+    if (key == "mimeType" || (key == "contentType" && type.empty())) {
+      type = *values;
+    } else if (key == "bandwidth") {
+      bitrate = *values;
+    }
+  }
+  if (set || !type.empty()) {
+    ladder->video = type.substr(0, 5) == "video";
+  }
+  if (!set && ladder->video && !bitrate.empty()) {
+    ladder->bitrates.push_back(static_cast<unsigned int>(std::atoll(bitrate.data())));
+  }
 }
 
 }  // namespace
 
 std::vector<unsigned int> VariantBitrates(const std::string& manifest) {
-  std::vector<unsigned int> bitrates;
-  const bool hls = manifest.compare(0, 7, "#EXTM3U") == 0;
-  bool video = hls;
-  std::istringstream items(manifest);
-  for (std::string item; std::getline(items, item, hls ? '\n' : '<');) {
-    std::string_view list = item;
-    const bool set = !hls && Skip(&list, "AdaptationSet");
-    if (!set && !Skip(&list, hls ? "#EXT-X-STREAM-INF:" : "Representation")) {
-      continue;
-    }
-    const std::string_view mime = Attribute(list, "mimeType");
-    const std::string_view type = mime.empty() ? Attribute(list, "contentType") : mime;
-    if (set || !type.empty()) {
-      video = type.substr(0, 5) == "video";
-    }
-    const std::string_view value = Attribute(list, hls ? "BANDWIDTH" : "bandwidth");
-    unsigned int bitrate = 0;
-    if (!set && video &&
-        std::from_chars(value.data(), value.data() + value.size(), bitrate).ec == std::errc()) {
-      bitrates.push_back(bitrate);
-    }
+  Ladder ladder;
+  const auto size = static_cast<gssize>(manifest.size());
+  static GRegex* const variant = MakePattern(
+      R"(^#EXT-X-STREAM-INF:(?:(?:"[^"\n]*"|[^",\n])*+,)*?[ \t]*BANDWIDTH=(\d{1,9})(?!\d))");
+  GMatchInfo* info = nullptr;
+  g_regex_match_full(variant, manifest.data(), size, 0, GRegexMatchFlags{}, &info, nullptr);
+  const MatchPtr owned(info);
+  for (; g_match_info_matches(info) != FALSE; g_match_info_next(info, nullptr)) {
+    const CharPtr bitrate(g_match_info_fetch(info, 1));
+    ladder.bitrates.push_back(static_cast<unsigned int>(std::atoll(bitrate.get())));
   }
-  return bitrates;
+  static constexpr GMarkupParser kParser = {OnElement, nullptr, nullptr, nullptr, nullptr};
+  const std::unique_ptr<GMarkupParseContext, Releaser<g_markup_parse_context_unref>> context(
+      g_markup_parse_context_new(&kParser, GMarkupParseFlags{}, &ladder, nullptr));
+  g_markup_parse_context_parse(context.get(), manifest.data(), size, nullptr);
+  return ladder.bitrates;
 }
 
 }  // namespace zuno

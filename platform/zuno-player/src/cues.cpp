@@ -15,27 +15,22 @@ namespace {
 constexpr std::string_view kArrow = "-->";
 
 // [hours:]minutes:seconds.milliseconds twice. SRT is written by hand.
-constexpr char kWebVttTimes[] = R"(^[ \t\f]*(?:(\d{1,9}):)?([0-5]\d):([0-5]\d)\.(\d{3})[ \t\f]*-->)"
-                                R"([ \t\f]*(?:(\d{1,9}):)?([0-5]\d):([0-5]\d)\.(\d{3})(?!\d))";
+constexpr char kWebVttTimes[] =
+    R"(\A[ \t\f]*(?:(\d{1,9}):)?([0-5]\d):([0-5]\d)\.(\d{3})[ \t\f]*-->)"
+    R"([ \t\f]*(?:(\d{1,9}):)?([0-5]\d):([0-5]\d)\.(\d{3})(?!\d))";
 constexpr char kSrtTimes[] =
-    R"(^[ \t\f]*(?:(\d{1,9}):)?([0-5]?\d):([0-5]?\d)(?:[,.](\d{0,3})\d*)?[ \t\f]*-->)"
+    R"(\A[ \t\f]*(?:(\d{1,9}):)?([0-5]?\d):([0-5]?\d)(?:[,.](\d{0,3})\d*)?[ \t\f]*-->)"
     R"([ \t\f]*(?:(\d{1,9}):)?([0-5]?\d):([0-5]?\d)(?:[,.](\d{0,3})\d*)?)";
-
-GRegex* MakePattern(const char* pattern) {
-  constexpr auto kFlags = static_cast<GRegexCompileFlags>(G_REGEX_RAW | G_REGEX_OPTIMIZE);
-  return g_regex_new(pattern, kFlags, static_cast<GRegexMatchFlags>(0), nullptr);
-}
 
 // "start --> end", with settings behind it.
 bool ParseTimeLine(std::string_view line, bool webvtt, Cue* cue) {
   static GRegex* const webvtt_times = MakePattern(kWebVttTimes);
   static GRegex* const srt_times = MakePattern(kSrtTimes);
   GMatchInfo* info = nullptr;
-  const bool matches =
-      g_regex_match_full(webvtt ? webvtt_times : srt_times, line.data(),
-                         static_cast<gssize>(line.size()), 0, static_cast<GRegexMatchFlags>(0),
-                         &info, nullptr) != FALSE;
-  const std::unique_ptr<GMatchInfo, Releaser<g_match_info_free>> owned(info);
+  const bool matches = g_regex_match_full(webvtt ? webvtt_times : srt_times, line.data(),
+                                          static_cast<gssize>(line.size()), 0, GRegexMatchFlags{},
+                                          &info, nullptr) != FALSE;
+  const MatchPtr owned(info);
   std::int64_t times[2] = {0, 0};
   for (int i = 0; matches && i < 8; ++i) {
     const CharPtr field(g_match_info_fetch(info, i + 1));
@@ -95,59 +90,36 @@ std::string Decode(const std::string& file) {
   return text.compare(0, 3, "\uFEFF") == 0 ? text.substr(3) : text;
 }
 
-// Resolves the character reference that begins at text[at] and answers where it ends; a '&' that
-// begins none stands for itself.
-std::size_t AppendReference(const std::string& text, std::size_t at, std::string* out) {
-  static constexpr std::pair<std::string_view, std::string_view> kNamed[] = {
+// What stands in place of a tag, which is nothing, or of a character reference.
+gboolean Resolve(const GMatchInfo* info, GString* out, void* /*data*/) {
+  static constexpr std::pair<std::string_view, const char*> kNamed[] = {
       {"&amp;", "&"},  {"&lt;", "<"},        {"&gt;", ">"},       {"&quot;", "\""},
       {"&apos;", "'"}, {"&nbsp;", "\u00a0"}, {"&lrm;", "\u200e"}, {"&rlm;", "\u200f"},
   };
-  for (const auto& [name, value] : kNamed) {
-    if (text.compare(at, name.size(), name) == 0) {
-      out->append(value);
-      return at + name.size();
-    }
+  const CharPtr owned(g_match_info_fetch(info, 0));
+  const std::string_view markup = owned.get();
+  if (markup.substr(0, 2) == "&#") {
+    const bool hex = g_ascii_tolower(markup[2]) == 'x';
+    const guint64 code = g_ascii_strtoull(markup.data() + (hex ? 3 : 2), nullptr, hex ? 16 : 10);
+    const bool valid = code > 0 && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
+    g_string_append_unichar(out, valid ? static_cast<gunichar>(code) : 0xFFFD);
+  } else if (markup[0] == '&') {
+    const auto named = std::find_if(std::begin(kNamed), std::end(kNamed),
+                                    [markup](const auto& row) { return row.first == markup; });
+    g_string_append(out, named == std::end(kNamed) ? markup.data() : named->second);
   }
-  const bool hex = text.compare(at, 3, "&#x") == 0 || text.compare(at, 3, "&#X") == 0;
-  const char* digits = text.c_str() + at + (hex ? 3 : 2);
-  if (text.compare(at, 2, "&#") == 0 && g_ascii_isxdigit(*digits)) {
-    char* end = nullptr;
-    const guint64 code = g_ascii_strtoull(digits, &end, hex ? 16 : 10);
-    if (end != digits && *end == ';') {
-      char bytes[6];
-      const bool valid = code > 0 && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
-      const int length = g_unichar_to_utf8(valid ? static_cast<gunichar>(code) : 0xFFFD, bytes);
-      out->append(bytes, static_cast<std::size_t>(length));
-      return static_cast<std::size_t>(end - text.c_str()) + 1;
-    }
-  }
-  out->push_back('&');
-  return at + 1;
+  return FALSE;
 }
 
 }  // namespace
 
 std::string StripMarkup(const std::string& text) {
-  // Where the last tag can end: what opens behind it is never closed and stands for itself.
-  const std::size_t last_tag_end = text.rfind('>');
-  const std::size_t last_brace = text.rfind('}');
-  std::string plain;
-  std::size_t at = 0;
-  while (at < text.size()) {
-    const char next = at + 1 < text.size() ? text[at + 1] : ' ';
-    const auto closed_by = [at](std::size_t end) { return end != std::string::npos && end > at; };
-    // A '<' opens a tag only before a letter, '/' or a time, so that "1 < 2" keeps its sign.
-    if (text[at] == '<' && (g_ascii_isalnum(next) || next == '/') && closed_by(last_tag_end)) {
-      at = text.find('>', at) + 1;
-    } else if (text[at] == '{' && next == '\\' && closed_by(last_brace)) {
-      at = text.find('}', at) + 1;
-    } else if (text[at] == '&') {
-      at = AppendReference(text, at, &plain);
-    } else {
-      plain.push_back(text[at++]);
-    }
-  }
-  return plain;
+  // A '<' opens a tag only before a letter, a digit or '/', so that "1 < 2" keeps its sign.
+  static GRegex* const markup =
+      MakePattern(R"(<[[:alnum:]/][^<>]*>|\{\\[^{}]*\}|&(?:\w+|#\d+|#[xX][[:xdigit:]]+);)");
+  const CharPtr plain(g_regex_replace_eval(markup, text.data(), static_cast<gssize>(text.size()), 0,
+                                           GRegexMatchFlags{}, Resolve, nullptr, nullptr));
+  return plain == nullptr ? text : plain.get();
 }
 
 std::optional<std::vector<Cue>> ParseCues(const std::string& file) {

@@ -7,12 +7,12 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <system_error>
 #include <utility>
 
 #include "bitrates.h"
 #include "dlog.h"
-#include "errors.h"
 #include "handover.h"
 #include "source.h"
 
@@ -40,11 +40,6 @@ constexpr std::size_t kTextFileLimit = std::size_t{8} << 20U;
 
 constexpr int kStreamText = 4;
 constexpr int kStreamTimedText = 5;
-
-bool InitGstreamer() {
-  static const bool initialised = gst_init_check(nullptr, nullptr, nullptr) != FALSE;
-  return initialised;
-}
 
 // A timed text file, local or from a server.
 std::optional<std::string> ReadTextFile(const std::string& source) {
@@ -117,17 +112,15 @@ class Engine::Operation {
 template <typename Call>
 auto Engine::Unlocked(Lock* lock, Call call) {
   lock->unlock();
-  auto result = call(pipeline_.get());
+  auto result = std::invoke(call, pipeline_.get());
   lock->lock();
   return result;
 }
 
 std::shared_ptr<Engine> Engine::Start() {
-  if (!InitGstreamer()) {
-    return nullptr;
-  }
+  static const bool initialised = gst_init_check(nullptr, nullptr, nullptr) != FALSE;
   std::shared_ptr<Engine> engine(new Engine);
-  if (engine->wake_fd_ < 0) {
+  if (!initialised || engine->wake_fd_ < 0) {
     return nullptr;
   }
   try {
@@ -206,8 +199,8 @@ bool Engine::OpenSource(Lock* lock, unsigned int offset_ms) {
     Fail(lock, kMessageOtherError, "no player for it");
     return false;
   }
-  const bool network = pipeline_->IsNetwork();
-  const bool started = Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Pause(); });
+  const bool network = IsNetworkUri(uri_);
+  const bool started = Unlocked(lock, &Pipeline::Pause);
   const bool opened = WaitUntilSettled(lock, started ? kOpenLimit : milliseconds::zero(),
                                        network ? kOpenLimit : kQuietLimit);
   if (pipeline_ == nullptr) {
@@ -257,7 +250,7 @@ bool Engine::StartPlaying(Lock* lock) {
   next_report_ = Clock::now() + kReportInterval;
   stalled_at_ = Clock::now() + kStallLimit;
   Wake();
-  if (buffering_ || Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Play(); })) {
+  if (buffering_ || Unlocked(lock, &Pipeline::Play)) {
     return true;
   }
   DrainBus(lock);
@@ -274,7 +267,7 @@ bool Engine::Pause() {
   }
   state_ = State::kPaused;
   if (!buffering_) {
-    Unlocked(operation.lock(), [](Pipeline* pipeline) { return pipeline->Pause(); });
+    Unlocked(operation.lock(), &Pipeline::Pause);
     WaitUntilSettled(operation.lock(), kPauseLimit, kPauseLimit);
   }
   return pipeline_ != nullptr;
@@ -349,7 +342,7 @@ Engine::Jump Engine::JumpTo(Lock* lock, std::int64_t msec) {
   if (state_ == State::kEnded && left) {
     StartPlaying(lock);
   } else if (state_ == State::kPlaying && !buffering_) {
-    Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Play(); });
+    Unlocked(lock, &Pipeline::Play);
   }
   if (!left) {
     return Jump::kRefused;
@@ -426,8 +419,8 @@ bool Engine::SelectTrack(int stream_type, int index) {
   if (stream_type == kStreamTimedText) {
     return cues_.loaded() && index == 0;
   }
-  const auto apply = [stream_type, index](Pipeline* pipeline) {
-    return pipeline->ApplySelection(stream_type, index);
+  const auto apply = [stream_type](Pipeline* pipeline) {
+    return pipeline->ApplySelection(stream_type);
   };
   if (!pipeline_->SelectTrack(stream_type, index) || !Unlocked(operation.lock(), apply)) {
     return false;
@@ -502,8 +495,7 @@ void Engine::SetPlace(const Rect& place) {
 
 void Engine::PostData(Message id, std::string data) {
   const Lock lock(mutex_);
-  const auto length = static_cast<std::int64_t>(data.size());
-  Push({Event::kData, id, length, std::move(data)});
+  Push({id, true, 0, std::move(data)});
 }
 
 void Engine::SetMessageCallback(IZunoPlayer::MessageCallback callback, void* user_data) {
@@ -549,8 +541,7 @@ void Engine::CloseMedium(Lock* lock) {
   // What the closed medium still had to say is of no use; errors and DRM data are.
   events_.erase(std::remove_if(events_.begin(), events_.end(),
                                [](const Event& event) {
-                                 return event.kind == Event::kPosition ||
-                                        event.id == kMessageTimedText ||
+                                 return event.id == kPosition || event.id == kMessageTimedText ||
                                         event.id == kMessageResolution ||
                                         event.id == kMessageEndOfStream;
                                }),
@@ -571,13 +562,13 @@ void Engine::Fail(Lock* lock, Message error, const std::string& why) {
   __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "ZUNO_PLAYER", "%s: %s", uri_.c_str(), why.c_str());
   CloseMedium(lock);
   state_ = State::kFailed;
-  Push({Event::kPlain, error, 0, {}});
+  Push({error, false, 0, {}});
 }
 
 void Engine::EndBuffering() {
   if (buffering_) {
     buffering_ = false;
-    Push({Event::kPercent, kMessageBuffering, 100, {}});
+    Push({kMessageBuffering, true, 100, {}});
   }
 }
 
@@ -595,8 +586,8 @@ bool Engine::DrainBus(Lock* lock) {
 void Engine::Handle(Lock* lock, GstMessage* message) {
   switch (handover::TypeOf(message)) {
     case GST_MESSAGE_ERROR: {
-      const handover::Error error = handover::ErrorOf(message);
-      Fail(lock, MessageOfError(error, pipeline_->IsNetwork()), error.text);
+      const auto [error, why] = handover::ErrorOf(message, IsNetworkUri(uri_));
+      Fail(lock, error, why);
       break;
     }
     case GST_MESSAGE_EOS:
@@ -613,9 +604,6 @@ void Engine::Handle(Lock* lock, GstMessage* message) {
       if (IsAdvancing()) {
         Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Pause() && pipeline->Play(); });
       }
-      break;
-    case GST_MESSAGE_LATENCY:
-      Unlocked(lock, [](Pipeline* pipeline) { return pipeline->RecalculateLatency(); });
       break;
     case GST_MESSAGE_ELEMENT:
       adaptive_ = adaptive_ || gst_message_has_name(message, "adaptive-streaming-statistics");
@@ -636,14 +624,14 @@ void Engine::Handle(Lock* lock, GstMessage* message) {
 }
 
 void Engine::HandleBuffering(Lock* lock, int percent) {
-  if (pipeline_->IsLive() || (!buffering_ && percent >= 100)) {
+  if (!buffering_ && percent >= 100) {
     return;
   }
   if (percent >= 100) {
     EndBuffering();
     if (IsAdvancing()) {  // a jump under way starts it itself
       next_report_ = Clock::now() + kReportInterval;
-      Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Play(); });
+      Unlocked(lock, &Pipeline::Play);
     }
     return;
   }
@@ -651,13 +639,13 @@ void Engine::HandleBuffering(Lock* lock, int percent) {
     buffering_ = true;
     percent_ = -1;
     if (state_ == State::kPlaying) {
-      Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Pause(); });
+      Unlocked(lock, &Pipeline::Pause);
     }
   }
   if (percent != percent_) {
     percent_ = percent;
     stalled_at_ = Clock::now() + kStallLimit;
-    Push({Event::kPercent, kMessageBuffering, percent, {}});
+    Push({kMessageBuffering, true, percent, {}});
   }
 }
 
@@ -673,20 +661,20 @@ void Engine::HandleEndOfStream(Lock* lock) {
     return;
   }
   EndBuffering();
-  const auto end = Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Duration(); });
+  const auto end = Unlocked(lock, &Pipeline::Duration);
   last_position_ms_ = end.value_or(CurrentPosition());
   state_ = State::kEnded;
   SendTexts();  // the last cues may have begun since the last look
   EndTexts();
-  Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Pause(); });
-  Push({Event::kPlain, kMessageEndOfStream, 0, {}});
+  Unlocked(lock, &Pipeline::Pause);
+  Push({kMessageEndOfStream, false, 0, {}});
 }
 
 void Engine::RefreshResolution() {
   const std::optional<Size> size = pipeline_->Resolution();
   if (size && (!size_ || size->width != size_->width || size->height != size_->height)) {
     size_ = size;
-    Push({Event::kPlain, kMessageResolution, 0, {}});
+    Push({kMessageResolution, false, 0, {}});
   }
 }
 
@@ -699,9 +687,9 @@ void Engine::ReportPosition(Lock* lock) {
   next_report_ = std::max(next_report_ + kReportInterval, now + kReportInterval / 2);
   RefreshResolution();
   const std::int64_t before = std::exchange(reported_ms_, CurrentPosition());
-  Push({Event::kPosition, 0, reported_ms_, {}});
+  Push({kPosition, false, reported_ms_, {}});
   // GStreamer now and then loses the end of a medium with several tracks of a kind.
-  const auto end = Unlocked(lock, [](Pipeline* pipeline) { return pipeline->Duration(); });
+  const auto end = Unlocked(lock, &Pipeline::Duration);
   if (reported_ms_ == before && end && before >= *end - kLostEndMs) {
     HandleEndOfStream(lock);
   }
@@ -722,7 +710,7 @@ void Engine::EndTexts() {
 
 void Engine::PushTexts(std::vector<std::string> texts) {
   for (std::string& text : texts) {
-    Push({Event::kData, kMessageTimedText, 0, std::move(text)});
+    Push({kMessageTimedText, true, 0, std::move(text)});
   }
 }
 
@@ -755,22 +743,18 @@ void Engine::Deliver(Lock* lock) {
   events_.pop_front();
   const auto message_callback = message_callback_;
   const auto position_callback = position_callback_;
-  void* const user_data = event.kind == Event::kPosition ? position_user_data_ : message_user_data_;
+  void* const message_user_data = message_user_data_;
+  void* const position_user_data = position_user_data_;
   callback_running_ = true;
   lock->unlock();
-  if (event.kind == Event::kPosition) {
-    if (position_callback != nullptr) {
-      position_callback(static_cast<unsigned long>(event.number), user_data);
-    }
-  } else if (message_callback != nullptr) {
+  if (event.id == kPosition && position_callback != nullptr) {
+    position_callback(static_cast<unsigned long>(event.number), position_user_data);
+  } else if (event.id != kPosition && message_callback != nullptr) {
     ZunoMessageParam record = {};
-    if (event.kind == Event::kPercent) {
-      record.percent = static_cast<std::uint32_t>(event.number);
-    } else {
-      record.data = event.data.c_str();
-      record.value = static_cast<std::int32_t>(event.number);
-    }
-    message_callback(event.id, event.kind == Event::kPlain ? nullptr : &record, user_data);
+    record.data = event.data.c_str();
+    record.percent = static_cast<std::uint32_t>(event.number);
+    record.value = static_cast<std::int32_t>(event.data.size());
+    message_callback(event.id, event.has_record ? &record : nullptr, message_user_data);
   }
   lock->lock();
   callback_running_ = false;
@@ -784,15 +768,14 @@ std::optional<Engine::Clock::duration> Engine::UntilNextTick() {
   if (!IsAdvancing()) {
     return std::nullopt;
   }
-  Clock::duration wait = next_report_ - Clock::now();
-  const double remaining = static_cast<double>(cues_.NextChange() - CurrentPosition()) / speed_;
-  const milliseconds cue_wait(
-      static_cast<std::int64_t>(std::min(remaining, static_cast<double>(kCueIntervalMax.count()))));
-  wait = std::min<Clock::duration>(wait, std::max(cue_wait, kCueIntervalMin));
-  if (text_chosen_) {
-    wait = std::min<Clock::duration>(wait, kTextInterval);
-  }
-  return std::max<Clock::duration>(wait, Clock::duration::zero());
+  // Texts of the medium do not tell when they come.
+  const milliseconds longest = text_chosen_ ? kTextInterval : kCueIntervalMax;
+  const double to_cue = static_cast<double>(cues_.NextChange() - CurrentPosition()) / speed_;
+  const Clock::duration wait =
+      to_cue < static_cast<double>(longest.count())
+          ? std::max(milliseconds(static_cast<std::int64_t>(to_cue)), kCueIntervalMin)
+          : longest;
+  return std::clamp<Clock::duration>(next_report_ - Clock::now(), Clock::duration::zero(), wait);
 }
 
 // Sleeps until the bus has a message, somebody calls Wake, or the next report or cue is due.

@@ -34,22 +34,10 @@ namespace zuno {
 // POSITION REPORTS come every 250 ms of real time while playing, whatever the speed; none while
 // paused, buffering, ended or stopped.
 //
-// STATES, and what the operations answer in them. "-" is false, without any effect.
-//
-//             InitPlayer Play       Pause   Resume   Seek      SetPlaySpeed  Stop     getters
-//   empty     ready      -          -       -        -         -             empty    -
-//   ready     ready      playing    -       -        ready     ready         stopped  yes
-//   playing   ready      -          paused  -        playing   playing       stopped  yes
-//   paused    ready      playing    -       playing  paused    paused        stopped  yes
-//   ended     ready      playing    -       -        playing   -             stopped  yes
-//   stopped   ready      playing    -       -        -         -             stopped  -
-//   failed    ready      -          -       -        -         -             stopped  -
-//
-//   ready: opened, at its start offset.  ended: at its end; Play starts over.  stopped: the medium
-//   is closed; Play opens it again from the beginning.  InitPlayer that answers false leaves
-//   "failed", or "empty" for text that names no source.  An error during playback leaves "failed".
-//   While playing, a network medium may pause by itself to fill its buffer; that is still
-//   "playing", and Pause and Resume work as ever.
+// STATES: docs/page-api.md tells what each operation answers in them; what answers false has no
+// effect. InitPlayer that answers false leaves "failed", or "empty" for text that names no source,
+// and so does an error during playback. While playing, a network medium may pause by itself to
+// fill its buffer; that is still "playing", and Pause and Resume work as ever.
 class Engine : public std::enable_shared_from_this<Engine> {
  public:
   // Null when GStreamer cannot be initialised.
@@ -107,12 +95,12 @@ class Engine : public std::enable_shared_from_this<Engine> {
   using Lock = std::unique_lock<std::mutex>;
 
   struct Event {
-    enum Kind { kPlain, kPercent, kData, kPosition };
-    Kind kind;
-    int id;
+    int id;  // of a message, or kPosition
+    bool has_record;
     std::int64_t number;
     std::string data;
   };
+  static constexpr int kPosition = -1;
 
   enum class Holder { kNobody, kControl, kOperation };
   enum class Jump { kRefused, kMissed, kArrived };

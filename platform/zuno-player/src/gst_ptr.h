@@ -27,7 +27,15 @@ using SamplePtr = std::unique_ptr<GstSample, Releaser<gst_sample_unref>>;
 using TagListPtr = std::unique_ptr<GstTagList, Releaser<gst_tag_list_unref>>;
 using QueryPtr = std::unique_ptr<GstQuery, Releaser<gst_query_unref>>;
 using ErrorPtr = std::unique_ptr<GError, Releaser<g_error_free>>;
+using MatchPtr = std::unique_ptr<GMatchInfo, Releaser<g_match_info_free>>;
 using CharPtr = std::unique_ptr<char, Releaser<g_free>>;
+
+// Of bytes, as texts need not be UTF-8. Never given back: patterns are made once.
+inline GRegex* MakePattern(const char* pattern) {
+  constexpr auto kFlags =
+      static_cast<GRegexCompileFlags>(G_REGEX_RAW | G_REGEX_MULTILINE | G_REGEX_OPTIMIZE);
+  return g_regex_new(pattern, kFlags, GRegexMatchFlags{}, nullptr);
+}
 
 }  // namespace zuno
 

@@ -3,12 +3,30 @@
 #include "gst_ptr.h"
 
 namespace zuno::handover {
+namespace {
+
+constexpr struct {
+  GQuark (*domain)();
+  int code;
+  Message message;
+} kErrors[] = {{gst_resource_error_quark, GST_RESOURCE_ERROR_NOT_FOUND, kMessageSourceError},
+               {gst_resource_error_quark, GST_RESOURCE_ERROR_OPEN_READ, kMessageSourceError},
+               {gst_resource_error_quark, GST_RESOURCE_ERROR_READ, kMessageSourceError},
+               {gst_resource_error_quark, GST_RESOURCE_ERROR_SEEK, kMessageSourceError},
+               {gst_resource_error_quark, GST_RESOURCE_ERROR_NOT_AUTHORIZED, kMessageSourceError},
+               {gst_core_error_quark, GST_CORE_ERROR_MISSING_PLUGIN, kMessageCodecError},
+               {gst_stream_error_quark, GST_STREAM_ERROR_CODEC_NOT_FOUND, kMessageCodecError},
+               {gst_stream_error_quark, GST_STREAM_ERROR_DECODE, kMessageDecodeError},
+               {gst_stream_error_quark, GST_STREAM_ERROR_DECRYPT, kMessageEncryptedError},
+               {gst_stream_error_quark, GST_STREAM_ERROR_DECRYPT_NOKEY, kMessageEncryptedError}};
+
+}  // namespace
 
 GstMessageType TypeOf(const GstMessage* message) {
   return GST_MESSAGE_TYPE(message);
 }
 
-Error ErrorOf(GstMessage* message) {
+std::pair<Message, std::string> ErrorOf(GstMessage* message, bool network) {
   GError* error = nullptr;
   char* details = nullptr;
   gst_message_parse_error(message, &error, &details);
@@ -16,10 +34,19 @@ Error ErrorOf(GstMessage* message) {
   const CharPtr owned_details(details);
   GstObject* source = GST_MESSAGE_SRC(message);
   const CharPtr name(source == nullptr ? nullptr : gst_object_get_name(source));
-  return {error->domain, error->code,
-          source != nullptr && GST_OBJECT_FLAG_IS_SET(source, GST_ELEMENT_FLAG_SOURCE),
-          std::string(name == nullptr ? "" : name.get()) + ": " + error->message + " (" +
-              (details == nullptr ? "" : details) + ")"};
+  const std::string text = std::string(name == nullptr ? "" : name.get()) + ": " + error->message +
+                           " (" + (details == nullptr ? "" : details) + ")";
+  // A source that cannot reach its server may say no more than that its stream has failed.
+  if (network && (error->domain == GST_RESOURCE_ERROR ||
+                  (source != nullptr && GST_OBJECT_FLAG_IS_SET(source, GST_ELEMENT_FLAG_SOURCE)))) {
+    return {kMessageNetworkError, text};
+  }
+  for (const auto& row : kErrors) {
+    if (error->domain == row.domain() && error->code == row.code) {
+      return {row.message, text};
+    }
+  }
+  return {error->domain == GST_STREAM_ERROR ? kMessageFormatError : kMessageOtherError, text};
 }
 
 std::string TextOf(GstBuffer* buffer) {

@@ -4,8 +4,10 @@
 #include <gst/gst.h>
 
 #include <string>
+#include <utility>
 
 #include "cues.h"
+#include "messages.h"
 
 // The only places where our own code reads memory that one of GStreamer's threads has written.
 // GStreamer hands it over under locks that ThreadSanitizer does not see (tests/support/tsan.supp).
@@ -13,13 +15,9 @@ namespace zuno::handover {
 
 GstMessageType TypeOf(const GstMessage* message);
 
-struct Error {
-  GQuark domain;
-  int code;
-  bool from_source;  // from an element that reads the medium from its file or server
-  std::string text;  // for people: element, text, details
-};
-Error ErrorOf(GstMessage* message);
+// The message that tells of an error while a medium from the network, or a local one, plays; and
+// what happened, for people.
+std::pair<Message, std::string> ErrorOf(GstMessage* message, bool network);
 
 // The bytes of a buffer; empty when they cannot be read.
 std::string TextOf(GstBuffer* buffer);

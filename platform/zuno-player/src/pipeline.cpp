@@ -56,14 +56,8 @@ bool IsTurned(GstPad* pad) {
          method == GST_VIDEO_ORIENTATION_UL_LR || method == GST_VIDEO_ORIENTATION_UR_LL;
 }
 
-// A sink that keeps time like a sound card or a screen, and drops everything.
-GstElement* MakeSilentSink() {
-  GstElement* sink = gst_element_factory_make("fakesink", nullptr);
-  if (sink != nullptr) {
-    g_object_set(sink, "sync", TRUE, "enable-last-sample", FALSE, nullptr);
-  }
-  return sink;
-}
+// Keeps time like a sound card or a screen, and drops everything.
+constexpr char kSilentSink[] = "fakesink sync=true enable-last-sample=false";
 
 GstElement* ParseBin(const char* description) {
   GError* error = nullptr;
@@ -81,18 +75,31 @@ GstElement* ParseBin(const char* description) {
 // "autoaudiosink" on a desk, or "audioconvert ! wavenc ! filesink location=out.wav" to measure it.
 GstElement* MakeAudioSink() {
   const char* description = std::getenv("LUMIVEX_AUDIO_SINK");
-  return description == nullptr || *description == '\0' ? MakeSilentSink() : ParseBin(description);
+  return ParseBin(description == nullptr || *description == '\0' ? kSilentSink : description);
 }
 
 void OnSourceSetup(GstElement* /*playbin*/, GstElement* source, void* /*data*/) {
   SetUpSource(source);
 }
 
-void OnElementAdded(GstBin* /*playbin*/, GstBin* /*bin*/, GstElement* element, void* /*data*/) {
+// How much may wait before the sinks: little, so that a change of track is heard soon. Yet a stream
+// that has just been deselected may wait for room there, where no flush reaches it any more; while
+// the sinks stand still, the flush would then wait for it for ever. So all may wait (0) meanwhile.
+constexpr guint kQueuedBuffers = 3;
+void LimitQueues(GstBin* playbin, guint buffers) {
+  for (const char* name : {"aqueue", "vqueue", "subqueue"}) {
+    const ElementPtr queue(gst_bin_get_by_name(playbin, name));
+    if (queue != nullptr) {
+      g_object_set(queue.get(), "max-size-buffers", buffers, "max-size-bytes", 0U, "max-size-time",
+                   guint64{0}, nullptr);
+    }
+  }
+}
+
+void OnElementAdded(GstBin* playbin, GstBin* /*bin*/, GstElement* element, void* /*data*/) {
   const CharPtr name(gst_element_get_name(element));
   if (g_str_has_prefix(name.get(), "aqueue") != FALSE) {
-    // A second of decoded sound, behind the point where audio tracks are switched.
-    g_object_set(element, "max-size-time", 200 * GST_MSECOND, nullptr);
+    LimitQueues(playbin, kQueuedBuffers);
   } else if (g_str_has_prefix(name.get(), "inputselector") != FALSE) {
     // Texts that are not selected wait for the clock, which they also do while all is taken down.
     gint mode = 0;
@@ -101,59 +108,6 @@ void OnElementAdded(GstBin* /*playbin*/, GstBin* /*bin*/, GstElement* element, v
   }
 }
 
-// Gives what waits for room in the queues before the sinks all the room it wants. A stream that has
-// just been deselected may wait there, where no flush reaches it any more; while the sinks stand
-// still, the flush would then wait for it for ever.
-class RoomInQueues {
- public:
-  explicit RoomInQueues(GstElement* playbin) {
-    for (const char* name : {"aqueue", "vqueue", "subqueue"}) {
-      ElementPtr queue(gst_bin_get_by_name(GST_BIN(playbin), name));
-      if (queue != nullptr) {
-        Limits limits = {};
-        g_object_get(queue.get(), "max-size-buffers", &limits.buffers, "max-size-bytes",
-                     &limits.bytes, "max-size-time", &limits.time, nullptr);
-        Set(queue.get(), {});
-        queues_.emplace_back(std::move(queue), limits);
-      }
-    }
-  }
-  ~RoomInQueues() {
-    for (const auto& [queue, limits] : queues_) {
-      Set(queue.get(), limits);
-    }
-  }
-  RoomInQueues(const RoomInQueues&) = delete;
-  RoomInQueues& operator=(const RoomInQueues&) = delete;
-
- private:
-  struct Limits {
-    guint buffers, bytes;
-    guint64 time;
-  };
-
-  static void Set(GstElement* queue, const Limits& limits) {
-    g_object_set(queue, "max-size-buffers", limits.buffers, "max-size-bytes", limits.bytes,
-                 "max-size-time", limits.time, nullptr);
-  }
-
-  std::vector<std::pair<ElementPtr, Limits>> queues_;
-};
-
-// What playbin calls the tracks of each type.
-struct TrackNames {
-  int type;
-  const char* count;
-  const char* current;
-  const char* tags;
-  const char* codec_tag;
-  GstStreamType stream_type;
-};
-constexpr TrackNames kTrackNames[] = {
-    {1, "n-audio", "current-audio", "get-audio-tags", GST_TAG_AUDIO_CODEC, GST_STREAM_TYPE_AUDIO},
-    {3, "n-video", "current-video", "get-video-tags", GST_TAG_VIDEO_CODEC, GST_STREAM_TYPE_VIDEO},
-    {4, "n-text", "current-text", "get-text-tags", GST_TAG_SUBTITLE_CODEC, GST_STREAM_TYPE_TEXT}};
-
 }  // namespace
 
 std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* videoSink) {
@@ -161,7 +115,7 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   // it loses the end now and then, and it crashes after files that break off.
   const bool streams = IsAdaptiveAddress(uri);
   // playbin takes over floating references, so what it was not given yet is released here.
-  ElementPtr video(videoSink != nullptr ? videoSink : MakeSilentSink());
+  ElementPtr video(videoSink != nullptr ? videoSink : ParseBin(kSilentSink));
   ElementPtr audio(MakeAudioSink());
   // Other speeds than 1 keep the pitch of the sound.
   ElementPtr tempo(ParseBin("audioconvert ! scaletempo"));
@@ -191,9 +145,17 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   pipeline->playbin_ = std::move(playbin);
   pipeline->text_sink_ = std::move(text);
   pipeline->video_sink_ = std::move(video);
-  pipeline->network_ = IsNetworkUri(uri);
   pipeline->has_streams_ = streams;
   return pipeline;
+}
+
+Pipeline::Pipeline() {
+  tracks_[1].names = {"n-audio", "current-audio", "get-audio-tags", GST_TAG_AUDIO_CODEC,
+                      GST_STREAM_TYPE_AUDIO};
+  tracks_[3].names = {"n-video", "current-video", "get-video-tags", GST_TAG_VIDEO_CODEC,
+                      GST_STREAM_TYPE_VIDEO};
+  tracks_[4].names = {"n-text", "current-text", "get-text-tags", GST_TAG_SUBTITLE_CODEC,
+                      GST_STREAM_TYPE_TEXT};
 }
 
 Pipeline::~Pipeline() {
@@ -210,9 +172,7 @@ void Pipeline::Close(bool adaptive) {
 }
 
 bool Pipeline::SetState(GstState state) {
-  const GstStateChangeReturn result = gst_element_set_state(playbin_.get(), state);
-  live_ = live_ || result == GST_STATE_CHANGE_NO_PREROLL;
-  return result != GST_STATE_CHANGE_FAILURE;
+  return gst_element_set_state(playbin_.get(), state) != GST_STATE_CHANGE_FAILURE;
 }
 
 bool Pipeline::Pause() {
@@ -224,9 +184,9 @@ bool Pipeline::Play() {
 }
 
 bool Pipeline::Settles(std::chrono::milliseconds limit) const {
-  const GstStateChangeReturn result = gst_element_get_state(
-      playbin_.get(), nullptr, nullptr, static_cast<GstClockTime>(limit.count()) * GST_MSECOND);
-  return result == GST_STATE_CHANGE_SUCCESS || result == GST_STATE_CHANGE_NO_PREROLL;
+  const GstClockTime timeout = static_cast<GstClockTime>(limit.count()) * GST_MSECOND;
+  return gst_element_get_state(playbin_.get(), nullptr, nullptr, timeout) ==
+         GST_STATE_CHANGE_SUCCESS;
 }
 
 bool Pipeline::IsSeekable() const {
@@ -240,11 +200,13 @@ bool Pipeline::IsSeekable() const {
 }
 
 bool Pipeline::Seek(std::int64_t msec, double speed) {
-  const RoomInQueues room(playbin_.get());
-  return gst_element_seek(playbin_.get(), speed, GST_FORMAT_TIME,
-                          static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE),
-                          GST_SEEK_TYPE_SET, (msec + origin_) * GST_MSECOND, GST_SEEK_TYPE_NONE,
-                          -1) != FALSE;
+  constexpr auto kFlags = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE);
+  LimitQueues(GST_BIN(playbin_.get()), 0);
+  const bool left =
+      gst_element_seek(playbin_.get(), speed, GST_FORMAT_TIME, kFlags, GST_SEEK_TYPE_SET,
+                       (msec + origin_) * GST_MSECOND, GST_SEEK_TYPE_NONE, -1) != FALSE;
+  LimitQueues(GST_BIN(playbin_.get()), kQueuedBuffers);
+  return left;
 }
 
 std::optional<std::int64_t> Pipeline::Position() const {
@@ -284,12 +246,11 @@ void Pipeline::TakeTracks(GstMessage* message) {
   GstStreamCollection* raw_collection = nullptr;
   gst_message_parse_stream_collection(message, &raw_collection);
   const std::unique_ptr<GstStreamCollection, Releaser<gst_object_unref>> collection(raw_collection);
-  for (const TrackNames& names : kTrackNames) {
-    Tracks& tracks = tracks_[names.type];
+  for (auto& [type, tracks] : tracks_) {
     tracks.streams.clear();
     for (guint i = 0; i < gst_stream_collection_get_size(raw_collection); ++i) {
       GstStream* stream = gst_stream_collection_get_stream(raw_collection, i);
-      if ((gst_stream_get_stream_type(stream) & names.stream_type) != 0) {
+      if ((gst_stream_get_stream_type(stream) & tracks.names.stream_type) != 0) {
         tracks.streams.emplace_back(GST_STREAM(gst_object_ref(stream)));
       }
     }
@@ -315,47 +276,44 @@ int Pipeline::Number(const char* property) const {
 }
 
 std::optional<int> Pipeline::TrackCount(int type) const {
-  for (const TrackNames& names : kTrackNames) {
-    if (names.type == type) {
-      const auto found = tracks_.find(type);
-      return !has_streams_            ? Number(names.count)
-             : found == tracks_.end() ? 0
-                                      : static_cast<int>(found->second.streams.size());
-    }
+  const auto found = tracks_.find(type);
+  if (found == tracks_.end()) {
+    return std::nullopt;
   }
-  return std::nullopt;
+  const Tracks& tracks = found->second;
+  return has_streams_ ? static_cast<int>(tracks.streams.size()) : Number(tracks.names.count);
 }
 
 std::optional<int> Pipeline::CurrentTrack(int type) const {
-  for (const TrackNames& names : kTrackNames) {
-    if (names.type == type && TrackCount(type) > 0) {
-      return has_streams_ ? tracks_.at(type).current : Number(names.current);
-    }
+  if (TrackCount(type).value_or(0) <= 0) {
+    return std::nullopt;
   }
-  return std::nullopt;
+  const Tracks& tracks = tracks_.at(type);
+  return has_streams_ ? tracks.current : Number(tracks.names.current);
 }
 
 bool Pipeline::SelectTrack(int type, int index) {
   const bool exists = index >= 0 && index < TrackCount(type);
-  if (exists && has_streams_) {
+  if (exists) {
     tracks_.at(type).current = index;
   }
   return exists;
 }
 
-bool Pipeline::ApplySelection(int type, int index) {
+bool Pipeline::ApplySelection(int type) {
+  if (!has_streams_) {
+    const Tracks& tracks = tracks_.at(type);
+    g_object_set(playbin_.get(), tracks.names.current, tracks.current, nullptr);
+    return true;
+  }
   GList* ids = nullptr;
-  for (const TrackNames& names : kTrackNames) {
-    if (!has_streams_ && names.type == type) {
-      g_object_set(playbin_.get(), names.current, index, nullptr);
-    } else if (has_streams_ && CurrentTrack(names.type)) {
-      const Tracks& tracks = tracks_.at(names.type);
+  for (const auto& [each, tracks] : tracks_) {
+    if (CurrentTrack(each)) {
       GstStream* stream = tracks.streams[static_cast<std::size_t>(tracks.current)].get();
       ids = g_list_append(ids, g_strdup(gst_stream_get_stream_id(stream)));
     }
   }
   const bool applied =
-      !has_streams_ ||
       gst_element_send_event(playbin_.get(), gst_event_new_select_streams(ids)) != FALSE;
   g_list_free_full(ids, g_free);
   return applied;
@@ -365,25 +323,22 @@ bool Pipeline::DescribeTrack(int type,
                              int index,
                              std::string* language,
                              std::string* description) const {
-  for (const TrackNames& names : kTrackNames) {
-    if (names.type != type || index < 0 || index >= TrackCount(type)) {
-      continue;
-    }
-    GstTagList* raw_tags = nullptr;
-    if (has_streams_) {
-      const auto number = static_cast<std::size_t>(index);
-      raw_tags = gst_stream_get_tags(tracks_.at(type).streams[number].get());
-    } else {
-      g_signal_emit_by_name(playbin_.get(), names.tags, index, &raw_tags);
-    }
-    const TagListPtr tags(raw_tags);
-    *language = LanguageOf(raw_tags);
-    *description = TagText(raw_tags, names.codec_tag);
-    const std::string title = TagText(raw_tags, GST_TAG_TITLE);
-    *description += (description->empty() || title.empty() ? "" : ", ") + title;
-    return true;
+  if (index < 0 || index >= TrackCount(type)) {
+    return false;
   }
-  return false;
+  const Tracks& tracks = tracks_.at(type);
+  GstTagList* raw_tags = nullptr;
+  if (has_streams_) {
+    raw_tags = gst_stream_get_tags(tracks.streams[static_cast<std::size_t>(index)].get());
+  } else {
+    g_signal_emit_by_name(playbin_.get(), tracks.names.tags, index, &raw_tags);
+  }
+  const TagListPtr owned(raw_tags);
+  *language = LanguageOf(raw_tags);
+  *description = TagText(raw_tags, tracks.names.codec_tag);
+  const std::string title = TagText(raw_tags, GST_TAG_TITLE);
+  *description += (description->empty() || title.empty() ? "" : ", ") + title;
+  return true;
 }
 
 std::vector<Cue> Pipeline::TakeTexts() {
@@ -407,10 +362,6 @@ std::vector<Cue> Pipeline::TakeTexts() {
       texts.back().text = StripMarkup(texts.back().text);
     }
   }
-}
-
-bool Pipeline::RecalculateLatency() {
-  return gst_bin_recalculate_latency(GST_BIN(playbin_.get())) != FALSE;
 }
 
 }  // namespace zuno

@@ -40,8 +40,6 @@ class Pipeline {
   bool Play();
   // Whether the state is reached within so much time.
   bool Settles(std::chrono::milliseconds limit) const;
-  // A live medium cannot be held in front of its first picture, nor wait for a buffer.
-  bool IsLive() const { return live_; }
 
   bool IsSeekable() const;
   // Goes to exactly this position and plays on at this speed; done when it Settles.
@@ -61,7 +59,7 @@ class Pipeline {
   std::optional<int> CurrentTrack(int type) const;
   bool SelectTrack(int type, int index);
   // Has GStreamer play the track that was selected.
-  bool ApplySelection(int type, int index);
+  bool ApplySelection(int type);
   // ISO 639-2 code (terminology form), "und" when the medium states none, and a description made
   // of codec and title.
   bool DescribeTrack(int type, int index, std::string* language, std::string* description) const;
@@ -74,17 +72,23 @@ class Pipeline {
   void TakeSelection(GstMessage* message);
 
   GstBus* bus() const { return bus_.get(); }
-  // The source lies on the network.
-  bool IsNetwork() const { return network_; }
-  bool RecalculateLatency();
 
  private:
+  // What playbin calls the tracks of each type.
+  struct Names {
+    const char* count;
+    const char* current;
+    const char* tags;
+    const char* codec_tag;
+    GstStreamType stream_type;
+  };
   struct Tracks {
-    std::vector<StreamPtr> streams;
+    Names names;
+    std::vector<StreamPtr> streams = {};  // of playbin3
     int current = 0;
   };
 
-  Pipeline() = default;
+  Pipeline();
   bool SetState(GstState state);
   int Number(const char* property) const;
 
@@ -92,11 +96,9 @@ class Pipeline {
   ElementPtr video_sink_;
   ElementPtr text_sink_;
   BusPtr bus_;
-  bool live_ = false;
-  bool network_ = false;
   std::int64_t origin_ = 0;
-  bool has_streams_ = false;      // playbin3 lists its tracks as streams
-  std::map<int, Tracks> tracks_;  // by type; of playbin3
+  bool has_streams_ = false;  // playbin3 lists its tracks as streams
+  std::map<int, Tracks> tracks_;
 };
 
 }  // namespace zuno

@@ -1,10 +1,13 @@
 #ifndef PLATFORM_ZUNO_PLAYER_SRC_VIDEO_WINDOW_H_
 #define PLATFORM_ZUNO_PLAYER_SRC_VIDEO_WINDOW_H_
 
-#include <gst/gst.h>
+#include <xcb/xcb.h>
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
+
+#include "gst_ptr.h"
 
 namespace zuno {
 
@@ -18,20 +21,37 @@ struct Rect {
 
 // A child window for the picture, inside a window of somebody else's. It exists as long as the
 // object, so that nothing stays on the screen; a pipeline that draws into it must end before it.
-// Takes no lock.
 class VideoWindow {
  public:
-  // Null without a display (DISPLAY unset or not answering), when the library was built without
-  // X11, and when `parent` is no window there.
+  // Null without a display (DISPLAY unset or not answering) and when `parent` is no window there.
   static std::unique_ptr<VideoWindow> Create(int parent, const Rect& place);
-  virtual ~VideoWindow() = default;
+  ~VideoWindow();
+  VideoWindow(const VideoWindow&) = delete;
+  VideoWindow& operator=(const VideoWindow&) = delete;
 
   // Called once. A sink that draws into this window, with a floating reference; null when there is
   // none.
-  virtual GstElement* MakeSink() = 0;
+  GstElement* MakeSink();
   // The picture fills the rectangle, from the next picture on; an empty one hides it. What lies
   // outside the window around it, as large as that is now, is not drawn.
-  virtual void Place(const Rect& place) = 0;
+  void Place(const Rect& place);
+
+ private:
+  explicit VideoWindow(xcb_window_t parent);
+  static GstPadProbeReturn OnEvent(GstPad* pad, GstPadProbeInfo* info, void* self);
+  void Crop(const GstCaps* caps);
+  void SetSize();
+
+  xcb_connection_t* const connection_;
+  const xcb_window_t parent_;
+  const xcb_window_t window_;
+  ElementPtr crop_;
+  ElementPtr size_;
+  ElementPtr sink_;
+  std::mutex mutex_;  // guards the following against GStreamer's threads
+  Rect place_ = {0, 0, 1, 1};
+  std::uint32_t width_ = 1;  // of what is visible
+  std::uint32_t height_ = 1;
 };
 
 }  // namespace zuno

@@ -1,4 +1,4 @@
-#include <cmath>
+#include <algorithm>
 #include <cstdarg>
 #include <cstring>
 #include <limits>
@@ -6,12 +6,13 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "IZunoPlayer.h"
-#include "drm.h"
 #include "engine.h"
+#include "source.h"
 
 namespace zuno {
 namespace {
@@ -23,6 +24,14 @@ bool Answer(const std::optional<T>& value, int* out) {
   }
   *out = static_cast<int>(std::min<std::int64_t>(*value, std::numeric_limits<int>::max()));
   return true;
+}
+
+// Nothing when the text is missing or its length negative. It needs no terminator.
+std::optional<std::string> TextOf(const char* text, int length) {
+  const bool valid = length == 0 || (length > 0 && text != nullptr);
+  return valid ? std::optional<std::string>(
+                     {length == 0 ? "" : text, static_cast<std::size_t>(length)})
+               : std::nullopt;
 }
 
 // The binary boundary: checks what callers pass in and hands it to the engine. An operation lets
@@ -93,14 +102,31 @@ class ZunoPlayer final : public IZunoPlayer {
     return filePath != nullptr && engine_->LoadCues(filePath);
   }
 
+  // There is NO digital rights management here: nothing is ever decrypted and no licence is
+  // checked. An encrypted medium ends in an error whatever properties were set. What exists is the
+  // conversation, so that an application can be tried out: the properties are checked, and a
+  // challenge is answered with a placeholder that is followed by the given data.
   int SetDrmInfo(
       const char* name, int nameLength, const char* data, int dataLength, int /*mode*/) override {
-    std::optional<std::string> challenge;
-    const DrmResult result = CheckDrmProperty(name, nameLength, data, dataLength, &challenge);
-    if (challenge) {
-      engine_->PostData(kMessageDrmData, std::move(*challenge));
+    enum { kAccepted = 0, kUnknownProperty = 1, kBadData = 2 };
+    const std::optional<std::string> property = TextOf(name, nameLength);
+    const std::optional<std::string> value = TextOf(data, dataLength);
+    const bool is_text = value && value->find('\0') == std::string::npos;
+    bool accepted = value.has_value();
+    if (property == "PROPERTY_REQUEST_CHALLENGE_DATA") {
+      if (value) {
+        engine_->PostData(kMessageDrmData, "zuno-player has no DRM; challenge for: " + *value);
+      }
+    } else if (property == "PROPERTY_SET_DRM_LICENSE") {
+      accepted = value && !value->empty();
+    } else if (property == "PROPERTY_LICENSE_SERVER") {
+      accepted = is_text && IsNetworkUri(*value);
+    } else if (property == "PROPERTY_WMDRM_COOKIE") {
+      accepted = is_text;
+    } else {
+      return kUnknownProperty;
     }
-    return result;
+    return accepted ? kAccepted : kBadData;
   }
 
   bool SetCurrentPositionCallback(PositionCallback callback, void* userData) override {
@@ -129,24 +155,21 @@ class ZunoPlayer final : public IZunoPlayer {
 
  private:
   bool TakeAttribute(const char* name, const void* value, int size) {
-    const bool is_rectangle =
-        std::strcmp(name, "wayland_rect") == 0 || std::strcmp(name, "display_area") == 0;
-    if (value == nullptr) {
-      return false;
-    }
-    if (is_rectangle && size == static_cast<int>(sizeof(Rect))) {
-      Rect place;
+    const std::string_view attribute = name;
+    Rect place;
+    std::int32_t window = 0;
+    if (value != nullptr && (attribute == "wayland_rect" || attribute == "display_area") &&
+        size == static_cast<int>(sizeof(place))) {
       std::memcpy(&place, value, sizeof(place));
       engine_->SetPlace(place);
-      return true;
-    }
-    std::int32_t window = 0;
-    if (std::strcmp(name, "display_handler") == 0 && size == static_cast<int>(sizeof(window))) {
+    } else if (value != nullptr && attribute == "display_handler" &&
+               size == static_cast<int>(sizeof(window))) {
       std::memcpy(&window, value, sizeof(window));
       engine_->SetWindow(window);
-      return true;
+    } else {
+      return false;
     }
-    return false;
+    return true;
   }
 
   const std::shared_ptr<Engine> engine_;
