@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -50,7 +51,9 @@ Json ToJson(const PP_Var& var) {
     case PP_VARTYPE_INT32:
       return var.value.as_int;
     case PP_VARTYPE_DOUBLE:
-      return var.value.as_double;
+      // JSON knows no infinity; for every command the largest number is as large.
+      return std::clamp(var.value.as_double, std::numeric_limits<double>::lowest(),
+                        std::numeric_limits<double>::max());
     case PP_VARTYPE_STRING: {
       uint32_t length = 0;
       const char* const text = engine.vars->VarToUtf8(var, &length);
