@@ -1,15 +1,12 @@
 // Whatever a page sends, whatever the platform answers and reports: calls, log lines, replies and
 // events are those of the contract. The first line of the input decides the answers; an empty one
-// grants everything. Each other line is a step. Its bytes, here in small letters, choose from
+// grants everything. Each other line is a step, whose bytes, here in small letters, choose from
 // tables:
-//   @cm kv kv...   sends a request: row c of the contract, of its own module or of another one, by
-//   m,
-//                  with values v for the keys k
-//   &ipvt          the player reports message i, with a record of percentage p, value v and text t
-//   ^n             the player reports position n
-//   #en            the tuner reports event e with the number n
-//   .              closes the element, whatever is pending, and opens another one
-// Any other line is sent as JSON, or as the text that it is. What follows a ! is posted. The
+//   @cmkvkv...  sends row c of the contract, with module m of its own or another, values v for keys
+//   k &ipvt       reports message i of the player, with percentage p, value v and text t ^n reports
+//   position n #en         reports event e of the tuner, with the number n .           closes the
+//   element, whatever is pending; the next step opens another one
+// Any other line is sent as JSON, or as the text that it is. A leading ! posts the message. The
 // platform reports on a thread of its own, and sometimes from inside a call.
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// Text tracks and manifests as a stream may have them, of any bytes: what is read is in order and
-// well formed, and as playback goes on each cue shows once and as long as it lasts.
+// Text tracks and manifests of any bytes: the cues read are sorted and well formed, and during
+// playback each one shows once and for as long as it lasts.
 
 #include <glib.h>
 
@@ -18,7 +18,7 @@ namespace {
 using lumivex::test::Check;
 using zuno::Cue;
 
-// What has to show from a time on at which something changes.
+// What has to show from a time at which something changes.
 std::vector<std::string> ShownAt(std::int64_t time, const std::vector<Cue>& cues) {
   std::vector<std::string> begun;
   std::string rest;

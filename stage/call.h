@@ -1,8 +1,8 @@
 #ifndef STAGE_CALL_H_
 #define STAGE_CALL_H_
 
-// A call to the player or the tuner, with any arguments: how they show in the journal, and how the
-// outputs among them, which are the pointers to what may be written, are filled in.
+// A call to the player or the tuner: how its arguments appear in the journal, and how the outputs,
+// the pointers among them, are filled in.
 
 #include <string>
 #include <type_traits>

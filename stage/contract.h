@@ -1,8 +1,8 @@
 #ifndef STAGE_CONTRACT_H_
 #define STAGE_CONTRACT_H_
 
-// What a page is promised: every command with what it says, calls and answers, in a table, and the
-// request's way to it. Tests, fuzz targets and benchmarks read it.
+// The contract with the page: a table of every command with its log lines, calls and replies, and
+// the checks before it. Tests, fuzz targets and benchmarks read it.
 
 #include <cstdint>
 #include <functional>
@@ -23,7 +23,7 @@ inline constexpr char kTuner[] = "lumivexrfmanager";
 std::string Line(const std::string& text, const std::string& function);
 Lines Script(const std::string& text, const std::string& function = "");
 
-// A row. Of the rows of a command the first counts whose condition holds.
+// A row. Of a command's rows the first one applies whose condition holds.
 struct Command {
   // The request is an example, right in everything. Its keys have to be there, but for timeOffset
   // and scalingMode.
@@ -58,7 +58,7 @@ struct Command {
 };
 const std::vector<Command>& Commands();
 
-// How the tuner is obtained, in the same manner.
+// How the tuner is obtained, in the same notation.
 extern const char* const kObtainingTuner;
 
 // What commands depend on and change.
@@ -85,7 +85,7 @@ inline bool operator==(const Outcome& a, const Outcome& b) {
   return a.reply == b.reply && a.journal == b.journal;
 }
 
-// What becomes of a message that is blocking, and of one that is posted: its reply is JSON text.
+// What has to follow a blocking message, and a posted one, whose reply is JSON text.
 Outcome Expect(const host::Json& message, Circumstances* now);
 Outcome ExpectPosted(const host::Json& message, const Circumstances& now);
 
@@ -96,7 +96,7 @@ struct Record {
   std::optional<std::string> data;
 };
 
-// What becomes of what the platform reports: the event as JSON text, none when it is ignored.
+// What has to follow a report of the platform: the event as JSON text, none when it is ignored.
 struct Report {
   std::optional<std::string> event;
   Lines journal;

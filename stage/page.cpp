@@ -19,9 +19,9 @@ std::string TextOf(host::VarTable* vars, PP_Var var) {
 
 }  // namespace
 
-PP_Var PrivateServices::GetEmbedderName(host::VarTable& vars, PP_Instance instance) {
+PP_Var PrivateServices::GetEmbedderName(host::VarTable& vars, PP_Instance) {
   Journal::Get().Add("bridge embedder name");
-  return embedder_name ? embedder_name(&vars) : ExtensionSystem::GetEmbedderName(vars, instance);
+  return vars.FromJson(embedder_name).value();
 }
 
 int32_t PrivateServices::GenericSyncCall(

@@ -15,7 +15,7 @@ class PrivateServices : public host::ExtensionSystem {
  public:
   // Grants both privileges and gives window 7, unless told otherwise by the call: "operation data".
   std::function<int32_t(PP_Instance instance, const std::string& call, PP_Var* result)> answer;
-  std::function<PP_Var(host::VarTable* vars)> embedder_name;
+  host::Json embedder_name = "KelvoWRT";
   bool player_privilege = true;
   bool tuner_privilege = true;
 

@@ -1,9 +1,9 @@
 #ifndef STAGE_PLAYER_LIBRARY_H_
 #define STAGE_PLAYER_LIBRARY_H_
 
-// The player library as the plug-in finds it. dlopen, dlclose and dlerror are defined here in
-// libc's place, for the whole program, and treat the library's path and handle alone differently;
-// its entry point is the program's own "Create". The program has to export its symbols.
+// The player library as the plug-in finds it. dlopen, dlclose and dlerror replace libc's for the
+// whole program, but treat only the library's path and handle differently; its entry point is the
+// program's own "Create". The program has to export its symbols.
 
 #include <string>
 

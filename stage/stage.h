@@ -1,16 +1,16 @@
 #ifndef STAGE_STAGE_H_
 #define STAGE_STAGE_H_
 
-// The platform as a script has it, in the place of its libraries: the media player library, the
-// tuner service, the log. All that the plug-in calls appears in the journal.
+// The scripted platform, in place of its libraries: media player library, tuner service and log.
+// Every call of the plug-in appears in the journal.
 //
 // The player is made by hand: an object whose first word points at a table of 78 functions. It
 // knows positions and arguments only and nothing of the plug-in's declarations, so an operation at
 // the wrong position shows as a different call.
 //
 // A call appears as "player position(arguments)" or "tuner Name(arguments)"; *x is what an output
-// held. From the second player or tuner on, its number stands behind the word. What the plug-in
-// does with the player library appears as "dlopen path mode", "player Create" and so on.
+// held. From the second player or tuner on, its number follows the word. What the plug-in does with
+// the player library appears as "dlopen path mode", "player Create" and so on.
 
 #include <array>
 #include <atomic>
@@ -24,7 +24,7 @@
 
 namespace lumivex::test {
 
-// What the library passes with a message, by offset.
+// The record that the library passes with a message, by offset.
 class MessageRecord {
  public:
   MessageRecord(const char* data, std::uint32_t percent, std::int32_t value);
@@ -34,8 +34,8 @@ class MessageRecord {
   alignas(8) unsigned char bytes_[440];
 };
 
-// What a call comes to, for whichever outputs it has. A call that fails fills them in all the same:
-// the plug-in must not look at them then.
+// The result of a call, for whichever outputs it has. A call that fails still fills them in: the
+// plug-in must not look at them then.
 struct Answer {
   bool success;
   bool fills;  // else a call succeeds without its outputs
@@ -90,7 +90,7 @@ struct Stage {
   std::array<void*, 1000> listeners = {};  // of the tuners
 };
 
-// For the parts of the stage: enters a call into the journal, numbered from 2 on, and decides it.
+// For the stage itself: enters a call into the journal and decides it.
 Answer Enter(const char* who, int number, const std::string& name, const std::string& arguments);
 
 }  // namespace lumivex::test

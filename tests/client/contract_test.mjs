@@ -4,6 +4,7 @@
 // usage: contract_test.mjs HOST MEDIA_FOLDER
 import assert from "node:assert/strict";
 import {spawnSync} from "node:child_process";
+import {readFileSync} from "node:fs";
 import test from "node:test";
 import {Lumivex, LumivexError} from "../../examples/page/module.js";
 import {FakePlugin} from "../../examples/page/fake.js";
@@ -167,6 +168,26 @@ async function compare(fake, lines, ...options) {
 
 const refusable = right.map(({command}) => command).filter(
   (command) => !/Version|Privilege|GetPlaybackSpeed|SetChannelType/.test(command));
+
+test("README, reference and typings list every command", () => {
+  const read = (path) => readFileSync(new URL(`../../${path}`, import.meta.url), "utf8");
+  const names = (text, pattern) => [...text.matchAll(pattern)].map(([, name]) => name).sort();
+  const typings = read("examples/page/module.d.ts");
+  for (const [module, type] of [[PLAYER, "PlayerCommands"], [TUNER, "TunerCommands"]]) {
+    const commands = [...Lumivex.COMMANDS[module]].sort();
+    const row = read("README.md").match(new RegExp(`\\| \`${module}\` \\| (.*) \\|`))[1];
+    assert.deepEqual(row.split(", ").sort(), commands);
+    const [, members] = typings.match(new RegExp(`${type} {([^]*?)\n}`));
+    assert.deepEqual(names(members, /\n  (\w+): Command</g), commands);
+  }
+  // A command's row begins with its name and ends with an example that calls it.
+  assert.deepEqual(
+    names(read("docs/page-api.md"), /\n\| `([A-Z]\w+)` \|[^\n]*\| `call\('\1'/g),
+    Object.values(Lumivex.COMMANDS).flat().sort());
+  const [, events] = typings.match(/type PluginMessage =([^]*?);\n\n/);
+  assert.deepEqual(names(events, /event: "(\w+)"/g), ["PLAYBACK_DRMINFO_EVENT",
+    "PLAYBACK_ERROR_EVENT", "PLAYBACK_INFO_EVENT", "PLAYBACK_TIMEDTEXT_EVENT", "RF_INFO_EVENT"]);
+});
 
 test("all commands are here", () => {
   const names = Object.values(Lumivex.COMMANDS).flat().sort();

@@ -1,5 +1,5 @@
-// The player that GetLumivexPlayer gives, between a host and a library that know only the order of
-// its operations and of its listener's.
+// The player that GetLumivexPlayer returns, between a host and a library that know nothing but the
+// order of its operations and of its listener's.
 
 #include "ZunoPlayerAdapter.h"
 #include "plugin_test.h"
@@ -42,7 +42,7 @@ class RawListener {
     return static_cast<const RawListener*>(self)->answer;
   }
 
-  inline static void* const kTable[] = {nullptr,  // nobody but its owner deletes it
+  inline static void* const kTable[] = {nullptr,  // only its owner deletes it
                                         nullptr,
                                         reinterpret_cast<void*>(&Numbers<2, int, int>),
                                         reinterpret_cast<void*>(&Numbers<3, int, int, int>),
@@ -55,7 +55,7 @@ class Adapter : public PluginTest {
   RawListener listener_;
 };
 
-TEST_F(Adapter, TheOrderOfTheOperationsIsFixed) {
+TEST_F(Adapter, KeepsTheOrderOfItsOperations) {
   const std::string url = "u";
   const std::string data = std::string("a\0b", 3);
   ILumivexPlayer* const player = GetLumivexPlayer(listener_.get());
@@ -111,7 +111,7 @@ TEST_F(Adapter, TheOrderOfTheOperationsIsFixed) {
   EXPECT_EQ(journal_.Take().back(), "a:~CZunoPlayerAdapter Destructor finishes.");
 }
 
-TEST_F(Adapter, WithoutAPlayerOrAPlaceNothingIsGiven) {
+TEST_F(Adapter, ReturnsNothingWithoutAPlayerOrAnOutput) {
   std::vector<unsigned int> bitrates = {5};
   {
     CZunoPlayerAdapter adapter(listener_.get());
@@ -133,7 +133,7 @@ TEST_F(Adapter, WithoutAPlayerOrAPlaceNothingIsGiven) {
                                       "GetVersion")));
 }
 
-TEST_F(Adapter, WithoutAListenerOrItsOwnAddressItIgnoresTheLibrary) {
+TEST_F(Adapter, IgnoresTheLibraryWithoutAListenerOrItsOwnAddress) {
   const CZunoPlayerAdapter deaf(nullptr);
   EXPECT_THAT(journal_.Take(), testing::Contains("A:CZunoPlayerAdapter IPlaybackEventListener "
                                                  "instance is NULL."));
@@ -161,7 +161,7 @@ TEST_F(Adapter, WithoutAListenerOrItsOwnAddressItIgnoresTheLibrary) {
                                       "NULL.")));
 }
 
-TEST_F(Adapter, TheListenersAnswerGoesBackToTheLibrary) {
+TEST_F(Adapter, ReturnsTheListenersAnswerToTheLibrary) {
   const CZunoPlayerAdapter adapter(listener_.get());
   MessageRecord record("a\0c", 0, 3);
   const std::pair<int, const char*> kMessages[] = {

@@ -10,10 +10,10 @@ constexpr char kInterface[] = "PPB_ExtensionSystem_Quorvel;0.1";
 
 class Bridge : public PluginTest {
  protected:
-  // The next answer of the runtime, whatever it is asked.
-  void Answer(int32_t status, const std::function<PP_Var(host::VarTable* vars)>& make) {
-    services_->answer = [this, status, make](PP_Instance, const std::string&, PP_Var* result) {
-      *result = make(&browser_->vars());
+  // What the runtime answers from now on, whatever it is asked.
+  void Answer(int32_t status, const Json& value) {
+    services_->answer = [this, status, value](PP_Instance, const std::string&, PP_Var* result) {
+      *result = browser_->vars().FromJson(value).value();
       return status;
     };
   }
@@ -24,49 +24,34 @@ class Bridge : public PluginTest {
   }
 };
 
-PP_Var True(host::VarTable*) {
-  return host::BoolVar(true);
-}
-PP_Var False(host::VarTable*) {
-  return host::BoolVar(false);
-}
-PP_Var One(host::VarTable*) {
-  return host::IntVar(1);
-}
-PP_Var Fraction(host::VarTable*) {
-  return host::DoubleVar(-7.9);
-}
-PP_Var Text(host::VarTable* vars) {
-  return vars->FromUtf8("true");
-}
-PP_Var Null(host::VarTable*) {
-  return host::NullVar();
-}
-
-TEST_F(Bridge, AnswersOfEveryType) {
+TEST_F(Bridge, ConvertsAnswersOfEveryType) {
   Open();
   const struct {
     int32_t status;
-    PP_Var (*make)(host::VarTable*);
+    Json value;
     bool as_bool;
     int32_t window;
     const char* raw;
   } kCases[] = {
-      {0, &True, true, -1, "true"},       {0, &False, false, -1, "false"},
-      {0, &One, false, 1, "1"},           {0, &Fraction, false, -7, "double -7.9000000000000004"},
-      {0, &Text, false, -1, "\"true\""},  {0, &Null, false, -1, "null"},
-      {1, &True, false, -1, "undefined"}, {-2, &One, false, -1, "undefined"},
+      {0, true, true, -1, "true"},
+      {0, false, false, -1, "false"},
+      {0, 1, false, 1, "1"},
+      {0, -7.9, false, -7, "double -7.9000000000000004"},
+      {0, "true", false, -1, "\"true\""},
+      {0, nullptr, false, -1, "null"},
+      {1, true, false, -1, "undefined"},
+      {-2, 1, false, -1, "undefined"},
   };
   const int64_t vars = browser_->LiveVars();
   for (const auto& row : kCases) {
     SCOPED_TRACE(std::string(row.raw) + ", status " + std::to_string(row.status));
-    Answer(row.status, row.make);
+    Answer(row.status, row.value);
     auto bridge = Make<pp::ExtensionSystemQuorvelKelvo>();
     EXPECT_EQ(bridge.CheckPrivilege("p"), row.as_bool);
     EXPECT_EQ(bridge.SetIMERecommendedWords("w"), row.as_bool);
     EXPECT_EQ(bridge.SetIMERecommendedWordsType(row.as_bool), row.as_bool);
     EXPECT_EQ(bridge.GetWindowId(), row.window);
-    EXPECT_EQ(bridge.GetWindowId(), row.window);  // asked for every time
+    EXPECT_EQ(bridge.GetWindowId(), row.window);  // never cached
     EXPECT_EQ(Describe(&browser_->vars(), bridge.GenericSyncCall("op", pp::Var(5)).pp_var()),
               row.raw);
     EXPECT_THAT(journal_.Take(),
@@ -80,14 +65,14 @@ TEST_F(Bridge, AnswersOfEveryType) {
   EXPECT_EQ(browser_->LiveVars(), vars);
 }
 
-TEST_F(Bridge, PrivilegesAreAskedOncePerObject) {
+TEST_F(Bridge, AsksForAPrivilegeOncePerObject) {
   Open();
   for (const bool first : {true, false}) {
     SCOPED_TRACE(first);
     auto bridge = Make<pp::ExtensionSystemQuorvelWRT>();
-    Answer(0, first ? &True : &False);
+    Answer(0, first);
     EXPECT_EQ(bridge.CheckPrivilege("http://a"), first);
-    Answer(0, first ? &False : &True);
+    Answer(0, !first);
     EXPECT_EQ(bridge.CheckPrivilege("http://a"), first);
     EXPECT_EQ(bridge.CheckPrivilege(std::string("http://a")), first);
     EXPECT_EQ(bridge.CheckPrivilege("http://b"), !first);
@@ -99,24 +84,23 @@ TEST_F(Bridge, PrivilegesAreAskedOncePerObject) {
                                              R"(bridge check_ace_privilege "http://a")"));
   }
   auto bridge = Make<pp::ExtensionSystemQuorvelWRT>();
-  Answer(0, &True);
+  Answer(0, true);
   for (const pp::Var& no_text : {pp::Var(5), pp::Var(), pp::Var(true), pp::Var(pp::Var::Null())}) {
     EXPECT_FALSE(bridge.CheckPrivilege(no_text));
   }
   EXPECT_THAT(journal_.Take(), IsEmpty());
-  // A number's text was not kept as an answer.
+  // The answer for a number was not cached under its text.
   EXPECT_TRUE(bridge.CheckPrivilege("5"));
 }
 
-TEST_F(Bridge, TheEmbeddersNameAndInformation) {
+TEST_F(Bridge, PassesOnTheEmbeddersNameAndInformation) {
   Open();
   const int64_t vars = browser_->LiveVars();
   {
     auto bridge = Make<pp::ExtensionSystemQuorvel>();
-    const std::pair<PP_Var (*)(host::VarTable*), const char*> kNames[] = {
-        {&Text, "true"}, {&One, ""}, {&Null, ""}};
-    for (const auto& [make, name] : kNames) {
-      services_->embedder_name = make;
+    const std::pair<Json, const char*> kNames[] = {{"true", "true"}, {1, ""}, {nullptr, ""}};
+    for (const auto& [answer, name] : kNames) {
+      services_->embedder_name = answer;
       EXPECT_EQ(bridge.GetEmbedderName(), name);
     }
     EXPECT_EQ(Describe(&browser_->vars(), bridge.GetCurrentExtensionInfo().pp_var()), "{}");
@@ -124,24 +108,24 @@ TEST_F(Bridge, TheEmbeddersNameAndInformation) {
   EXPECT_EQ(browser_->LiveVars(), vars);
 }
 
-TEST_F(Bridge, TheFirstAnswerOnTheEmbedderIsKept) {
+TEST_F(Bridge, RemembersTheFirstEmbedder) {
   Open();
   EXPECT_TRUE(Make<pp::ExtensionSystemQuorvelWRT>().IsValid());
-  services_->embedder_name = [](host::VarTable* vars) { return vars->FromUtf8("Another"); };
+  services_->embedder_name = "Another";
   EXPECT_TRUE(Make<pp::ExtensionSystemQuorvelWRT>().IsValid());
   EXPECT_THAT(journal_.Take(), ElementsAre("bridge embedder name"));
   EXPECT_EQ(Make<pp::ExtensionSystemQuorvel>().GetEmbedderName(), "Another");
 }
 
-TEST_F(Bridge, ANoOnTheEmbedderIsKeptToo) {
+TEST_F(Bridge, RemembersAForeignEmbedder) {
   Open();
-  services_->embedder_name = [](host::VarTable* vars) { return vars->FromUtf8("kelvowrt"); };
+  services_->embedder_name = "kelvowrt";
   EXPECT_FALSE(Make<pp::ExtensionSystemQuorvelWRT>().IsValid());
-  services_->embedder_name = nullptr;
+  services_->embedder_name = "KelvoWRT";
   EXPECT_FALSE(Make<pp::ExtensionSystemQuorvelWRT>().IsValid());
 }
 
-TEST_F(Bridge, WithoutTheInterfaceEverythingFailsAndNobodyAsksAgain) {
+TEST_F(Bridge, FailsWithoutTheInterfaceAndAsksForItOnce) {
   Load();
   browser_->WithholdInterface(kInterface);
   page_ = NewPage();

@@ -1,9 +1,11 @@
-// Every command against the contract: when the platform agrees, refuses and gives nothing, without
-// a player, without a tuner, and with requests that it cannot work with.
+// Every command against the contract: when the platform agrees, refuses or leaves its outputs
+// alone, without a player, without a tuner, and with invalid requests.
 
+#include <map>
 #include <set>
 
 #include "LumivexMessageHandler.h"
+#include "host/commands.h"
 #include "plugin_test.h"
 
 namespace lumivex::test {
@@ -50,16 +52,21 @@ class EveryCommand : public PluginTest {
   }
 };
 
+// The plug-in's table, the contract and the page's client, which host::Commands is made of.
 TEST_F(EveryCommand, IsInTheContract) {
-  std::set<std::string> contract;
+  std::map<std::string, std::string> contract;
   for (const Command& command : Commands()) {
-    contract.insert(command.name);
+    contract[command.name] = command.message.at("moduleName").get<std::string>();
   }
-  std::set<std::string> table;
+  std::map<std::string, std::string> client;
+  for (const host::Command& command : host::Commands()) {
+    client[std::string(command.name)] = command.module;
+  }
+  EXPECT_EQ(contract, client);
   for (const auto& [name, command] : CLumivexMessageHandler::m_messageMap) {
-    table.insert(name);
+    EXPECT_EQ(contract.erase(name), 1U) << name;
   }
-  EXPECT_EQ(contract, table);
+  EXPECT_THAT(contract, IsEmpty()) << "commands that the plug-in lacks";
 }
 
 TEST_F(EveryCommand, WithPlayerAndTuner) {

@@ -1,5 +1,5 @@
-// The platform refuses what the plug-in needs while it is made and while it ends. It says so and
-// goes on, and everything is given back all the same.
+// The platform refuses what the plug-in needs during construction and destruction. The plug-in logs
+// that and continues, and still releases everything.
 
 #include "plugin_test.h"
 
@@ -8,7 +8,7 @@ namespace {
 
 using Refusals = PluginTest;
 
-// What was said at error priority by adapter and handler, and how the library was used.
+// What adapter and handler logged as errors, and how the library was used.
 Lines Essence(const Lines& journal) {
   Lines essence;
   for (const std::string& line : journal) {
@@ -20,7 +20,7 @@ Lines Essence(const Lines& journal) {
   return essence;
 }
 
-TEST_F(Refusals, WhileItIsMadeAndEnds) {
+TEST_F(Refusals, DuringConstructionAndDestruction) {
   const std::string no_player =
       " | A:CZunoPlayerAdapter GetPlayerInstance() retunred NULL. | "
       "A:SetDisplay ZunoPlayer instance is not created yet. Returns false. | "
@@ -70,7 +70,7 @@ TEST_F(Refusals, WhileItIsMadeAndEnds) {
   }
 }
 
-TEST_F(Refusals, OfTheTunerAsItIsObtained) {
+TEST_F(Refusals, WhileTheTunerIsObtained) {
   for (const char* call :
        {"tuner GetKelvoAppIDByPID", "tuner GetInstance", "tuner RegisterRFEventHandler",
         "tuner SetSubtitleWindowSubsurface", "tuner ShowSubtitleWindow"}) {
@@ -96,8 +96,8 @@ TEST_F(Refusals, OfTheRegistrationLeaveTheElement) {
   EXPECT_FALSE(page_->HasHandler());
 }
 
-// A player and a tuner may report once more while they end; the page is gone then.
-TEST_F(Refusals, DoNotMeetTheLastEvents) {
+// Player and tuner may report once more while they are destroyed; by then the page is gone.
+TEST_F(Refusals, LeaveLateEventsToTheBrowser) {
   Lines dropped;
   Browser::Options options;
   options.on_dropped = [&dropped](const Json& event) { dropped.push_back(event.dump()); };

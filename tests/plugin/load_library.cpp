@@ -1,4 +1,4 @@
-// Page-level tests run the library that ships.
+// Page-level tests load the library that ships.
 
 #include "plugin_test.h"
 

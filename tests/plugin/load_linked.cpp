@@ -1,5 +1,5 @@
-// The inner tests run the objects linked into the program, on the browser's own tables but for two
-// functions.
+// The inner tests use the objects linked into the program, and the browser's tables with two
+// functions replaced.
 
 #include <unistd.h>
 
@@ -19,7 +19,7 @@ PPB_ExtensionSystem_Quorvel_0_1 services;
 decltype(messaging.RegisterMessageHandler) real_register;
 decltype(services.GenericSyncCall) real_call;
 
-// On any other than the main thread it is misuse, and only noted.
+// Off the main thread, registering is misuse; it is only noted.
 int32_t RegisterMessageHandler(PP_Instance instance,
                                void* user_data,
                                const PPP_MessageHandler* handler,

@@ -1,7 +1,7 @@
-// The plug-in used for long and from every side: elements side by side, each with a page that sends
-// every command and a platform that reports on threads of its own. No event is lost, doubled or
-// another element's, and nothing is kept, neither while the elements live nor behind them.
-// LUMIVEX_SOAK_MINUTES is how long that lasts; without it, a few rounds.
+// The plug-in under load for a long time: elements side by side, each with a page that sends every
+// command and a platform that reports on threads of its own. No event is lost, doubled or sent to
+// another element, and nothing is leaked, neither while the elements live nor after them.
+// LUMIVEX_SOAK_MINUTES says how long; without it, the test runs a few rounds.
 
 #include <malloc.h>
 
@@ -28,11 +28,11 @@ constexpr int kElements = 3;
 constexpr int kRounds = 30;
 constexpr int kEvents = 100;  // of a kind, for an element each time that it is used
 
-// Bytes that may come from the first half of the time to the end, and while elements live. The C
-// library keeps a little for its threads.
+// Bytes by which the heap may grow from the first half of the time to the end, and while elements
+// live. The C library keeps a little for its threads.
 constexpr std::ptrdiff_t kAllowedHeap = 16384;
 #ifdef __SANITIZE_ADDRESS__
-// AddressSanitizer keeps a note at exit for each static object of a library that was ever loaded.
+// AddressSanitizer registers each static object of a library at exit, and never forgets one.
 constexpr std::ptrdiff_t kAllowedHeapPerRound = 512;
 #else
 constexpr std::ptrdiff_t kAllowedHeapPerRound = 0;

@@ -1,4 +1,4 @@
-// What every request passes: its shape, the privilege of its module, its command.
+// The checks that every request passes: its shape, the privilege of its module, its command.
 
 #include "plugin_test.h"
 
@@ -65,8 +65,8 @@ TEST_F(Envelope, EveryMessageUnderEveryPrivilege) {
   }
 }
 
-// The replies themselves, in words.
-TEST_F(Envelope, Replies) {
+// The replies, spelled out.
+TEST_F(Envelope, RepliesInFull) {
   services_->tuner_privilege = false;
   Open();
   const std::pair<Json, std::string> kCases[] = {

@@ -1,5 +1,5 @@
-// What player and tuner report on their own: the log lines on the way, the event that the page gets
-// and the answer that the library gets.
+// What player and tuner report: the log lines on the way, the event for the page and the answer to
+// the library.
 
 #include "plugin_test.h"
 
@@ -73,8 +73,8 @@ TEST_F(Events, OfPositionsAndTunes) {
   }
 }
 
-// The events themselves, in words.
-TEST_F(Events, AsThePageGetsThem) {
+// The events, spelled out.
+TEST_F(Events, ReachThePageInFull) {
   Open();
   Send(Request(kTuner, "SetChannelType", R"({"channelType": 1})"));
   MessageRecord record("x\0y", 0, 3);

@@ -1,4 +1,4 @@
-// What the library allocates: the program's own operator new sees it, without a sanitizer.
+// The library's allocations, counted by an operator new of the program's own, without a sanitizer.
 
 #include <dlfcn.h>
 #include <link.h>
@@ -14,7 +14,7 @@ namespace {
 
 std::atomic<int> blocks_of_library{0};  // allocated by its code and not freed yet
 
-// Before each block that operator new gives out.
+// Precedes each block that operator new returns.
 struct alignas(std::max_align_t) BlockHead {
   bool of_library;
 };
@@ -59,7 +59,7 @@ namespace {
 
 using Heap = PluginTest;
 
-TEST_F(Heap, NothingOfTheLibraryStays) {
+TEST_F(Heap, TheLibraryFreesEverything) {
   Open();
   EXPECT_EQ(Send(Request(kTuner, "SetChannelType", R"({"channelType": 0})")), Ok("true"));
   EXPECT_GT(blocks_of_library, 0);

@@ -1,5 +1,5 @@
-// The life of the plug-in: what it asks and calls from its loading to its unloading, in order, and
-// that nothing of it stays behind.
+// The life of the plug-in: what it calls from loading to unloading, in order, and that it leaves
+// nothing behind.
 
 #include <dlfcn.h>
 #include <sys/prctl.h>
@@ -57,7 +57,7 @@ class Lifecycle : public PluginTest {
   }
 };
 
-TEST_F(Lifecycle, InOrderFromConstructionToDestruction) {
+TEST_F(Lifecycle, RunsInOrderFromConstructionToDestruction) {
   Load();
   EXPECT_THAT(journal_.Take(), IsEmpty());
   // The attributes of the element change nothing.
@@ -67,7 +67,7 @@ TEST_F(Lifecycle, InOrderFromConstructionToDestruction) {
   EXPECT_THAT(JournalOfClosing(), ElementsAreArray(kDestructorStarts + kDestruction));
 }
 
-TEST_F(Lifecycle, TheTunerIsReleasedBeforeThePlayer) {
+TEST_F(Lifecycle, ReleasesTheTunerBeforeThePlayer) {
   Open();
   Send(Request(kTuner, "SetChannelType", R"({"channelType": 0})"));
   Send(Request(kTuner, "SetChannelType", R"({"channelType": 1})"));
@@ -87,7 +87,7 @@ TEST_F(Lifecycle, TheTunerIsReleasedBeforeThePlayer) {
           kDestruction));
 }
 
-TEST_F(Lifecycle, Threads) {
+TEST_F(Lifecycle, NamesAndSeparatesItsThreads) {
   Load();
   prctl(PR_SET_NAME, "before");
   journal_.Take();
@@ -107,7 +107,7 @@ TEST_F(Lifecycle, Threads) {
   }
 }
 
-TEST_F(Lifecycle, TwoInstancesHaveEverythingOfTheirOwn) {
+TEST_F(Lifecycle, KeepsTwoInstancesApart) {
   services_->answer = [](PP_Instance instance, const std::string& call, PP_Var* result) {
     *result = call == "get_window_id undefined" ? host::IntVar(10 * instance)
                                                 : host::BoolVar(instance == 2);
@@ -152,7 +152,7 @@ TEST_F(Lifecycle, TwoInstancesHaveEverythingOfTheirOwn) {
   EXPECT_EQ(Events(second.get()).size(), 1U);
 }
 
-TEST_F(Lifecycle, ARunningCommandEndsBeforeTheHandlerDoes) {
+TEST_F(Lifecycle, FinishesARunningCommandFirst) {
   Open();
   std::atomic<bool> seeking{false};
   stage_.on_call = [&seeking](const std::string& call) {
@@ -174,7 +174,7 @@ TEST_F(Lifecycle, ARunningCommandEndsBeforeTheHandlerDoes) {
   EXPECT_EQ(end[1], kDestructorStarts[0]);
 }
 
-TEST_F(Lifecycle, LoadedTwice) {
+TEST_F(Lifecycle, CanBeLoadedTwice) {
   for (int round = 0; round < 2; ++round) {
     Stage::Reset();
     Open();
@@ -189,7 +189,7 @@ TEST_F(Lifecycle, LoadedTwice) {
   }
 }
 
-TEST_F(Lifecycle, GivesAPlayerToWhoeverFindsTheFactory) {
+TEST_F(Lifecycle, ExportsAFactoryForPlayers) {
   void* const library = dlopen(LUMIVEX_TEST_PLUGIN, RTLD_LAZY);
   ASSERT_NE(library, nullptr) << dlerror();
   const auto factory = reinterpret_cast<void* (*)(void*)>(dlsym(library, "GetLumivexPlayer"));
