@@ -1,5 +1,5 @@
-# Ninja before 1.12 misreads some characters in the compiler's lists of dependencies, and would then
-# build everything each time. Where a path has one of them, the lists name files from the build folder.
+# Ninja before 1.12 misreads some characters in the compiler's dependency lists and then rebuilds
+# everything each time. If the path has one of them, make the lists' paths relative to the build folder.
 if(CMAKE_GENERATOR STREQUAL "Ninja" AND
     "${PROJECT_SOURCE_DIR}${PROJECT_BINARY_DIR}" MATCHES "[]['\"&?*;<>|^`\\]")
   file(RELATIVE_PATH source "${PROJECT_BINARY_DIR}" "${PROJECT_SOURCE_DIR}")

@@ -1,5 +1,5 @@
-# lumivex_harden(<library> <its objects>): what is shipped carries the toolchain's protections, as
-# far as the compiler has them for its processor, and names no symbol that no library has.
+# lumivex_harden(<library> <its objects>): enables the toolchain's protections, as far as the compiler
+# supports them, and refuses undefined symbols.
 include(CheckCXXCompilerFlag)
 set(CMAKE_REQUIRED_FLAGS -Werror)  # clang takes another processor's option and warns
 foreach(option -fstack-protector-strong -fstack-clash-protection -fcf-protection=full

@@ -1,5 +1,5 @@
-# What is handed out, as archives and Debian packages: the library (component plugin), its debug
-# information by build id (component debug), and lumivex-host (component bringup).
+# Archives and Debian packages: the library (component plugin), its debug information by build id
+# (component debug), and lumivex-host (component bringup).
 include(SourceDate)
 set(CPACK_GENERATOR TGZ DEB)
 set(CPACK_PACKAGE_NAME "lumivex-pplugin")
@@ -46,7 +46,7 @@ if(CMAKE_CROSSCOMPILING AND NOT CPACK_DEBIAN_PACKAGE_ARCHITECTURE)
   message(FATAL_ERROR "set CPACK_DEBIAN_PACKAGE_ARCHITECTURE to Debian's name of the device's architecture")
 endif()
 
-# The debug information is cut out of the library as it was built.
+# Extracts the debug information from the library.
 string(CONFIGURE [[
   set(library "$<TARGET_FILE:lumivex-pplugin>")
   execute_process(COMMAND "@CMAKE_READELF@" -n "${library}" OUTPUT_VARIABLE notes)
@@ -61,7 +61,7 @@ string(CONFIGURE [[
 ]] cut_out @ONLY)
 install(CODE "${cut_out}" COMPONENT debug EXCLUDE_FROM_ALL)
 
-# What Debian wants to read about a package. The changelog is the version's section of ours.
+# Debian's documentation of a package. The changelog is this version's section of CHANGELOG.md.
 file(STRINGS "${PROJECT_SOURCE_DIR}/CHANGELOG.md" lines)
 set(within FALSE)
 foreach(line IN LISTS lines)
@@ -89,7 +89,7 @@ install(FILES "${PROJECT_SOURCE_DIR}/cmake/debian/lintian-overrides" RENAME lumi
   DESTINATION share/lintian/overrides COMPONENT plugin EXCLUDE_FROM_ALL)
 set(CPACK_DEBIAN_PLUGIN_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/debian/triggers")
 
-# When the packages are made: the date, and the oldest libc that has what a file asks for.
+# Runs when the packages are made: sets the date and the oldest libc that has the required symbols.
 file(GENERATE OUTPUT "${PROJECT_BINARY_DIR}/package.cmake" CONTENT "
 set(ENV{SOURCE_DATE_EPOCH} ${LUMIVEX_SOURCE_DATE})
 function(set_depends component file)
@@ -98,14 +98,14 @@ function(set_depends component file)
   list(SORT versions COMPARE NATURAL ORDER DESCENDING)
   list(GET versions 0 libc)
   string(REPLACE GLIBC_ \"\" libc \"\${libc}\")
-  # libstdc++6 brings libgcc_s along, which the library needs on ARM.
+  # libstdc++6 depends on libgcc_s, which the library needs on ARM.
   set(CPACK_DEBIAN_\${component}_PACKAGE_DEPENDS \"libc6 (>= \${libc}), libstdc++6\" PARENT_SCOPE)
 endfunction()
 set_depends(PLUGIN \"$<TARGET_FILE:lumivex-pplugin>\")
 ${bringup_depends}
 set(CPACK_DEBIAN_DEBUG_PACKAGE_DEPENDS \"lumivex-pplugin (= ${PROJECT_VERSION}-${LUMIVEX_REVISION})\")
 ")
-# Folders have the same mode under any umask.
+# The same folder modes under any umask.
 file(WRITE "${PROJECT_BINARY_DIR}/modes.cmake" [[
 file(CHMOD_RECURSE "${CPACK_TEMPORARY_DIRECTORY}" DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE
   OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)

@@ -1,10 +1,10 @@
-# The platform's libraries from a device SDK, as imported targets of the names that the stand-ins
-# have. Nothing outside the root is looked at.
+# The platform's libraries from a device SDK, as imported targets with the stand-ins' names. Nothing
+# outside the root is used.
 if(NOT IS_DIRECTORY "${LUMIVEX_PLATFORM_ROOT}")
   message(FATAL_ERROR "LUMIVEX_PLATFORM_ROOT: \"${LUMIVEX_PLATFORM_ROOT}\" is not a folder")
 endif()
 
-# lumivex_elf_kind(<file> <variable>): word size, byte order and processor, as its ELF header has them.
+# lumivex_elf_kind(<file> <variable>): word size, byte order and processor, from its ELF header.
 function(lumivex_elf_kind file variable)
   file(READ "${file}" header LIMIT 20 HEX)
   set(kind "not an ELF file")
@@ -18,7 +18,7 @@ endfunction()
 lumivex_elf_kind("${CMAKE_PLATFORM_INFO_DIR}/CMakeDetermineCompilerABI_CXX.bin" LUMIVEX_ELF_KIND)
 
 # lumivex_platform_library(<target> <header that its include folder holds> <library name>...)
-# Looked for anew each time, so that a build folder can be given another root.
+# Not cached, so that the root of a build folder can change.
 function(lumivex_platform_library target header)
   set(where PATHS "${LUMIVEX_PLATFORM_ROOT}/usr" "${LUMIVEX_PLATFORM_ROOT}"
     NO_CACHE NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)

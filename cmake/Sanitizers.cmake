@@ -1,7 +1,6 @@
 # LUMIVEX_SANITIZE=address builds with AddressSanitizer and UBSan, =thread with ThreadSanitizer.
 if(LUMIVEX_SANITIZE STREQUAL "address")
-  # The player library's object is foreign and need not carry our type information, so the check of
-  # dynamic types does not apply to it.
+  # The player library's object need not have our type information, so dynamic types are not checked.
   set(flags -fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all)
 elseif(LUMIVEX_SANITIZE STREQUAL "thread")
   set(flags -fsanitize=thread)

@@ -1,6 +1,6 @@
-# SOURCE_DATE_EPOCH: the date that everything built from these sources bears, and the revision that
-# packages have after the version. Set from outside, or the commit's: git writes it here when it
-# makes an archive of the sources, and tells it in a checkout.
+# SOURCE_DATE_EPOCH: the date of everything built from these sources, and of the packages' revision. Set
+# in the environment, or else the commit's: git writes it here in a source archive, and reports it in a
+# checkout.
 set(LUMIVEX_SOURCE_DATE "$ENV{SOURCE_DATE_EPOCH}")
 if(LUMIVEX_SOURCE_DATE STREQUAL "")
   set(LUMIVEX_SOURCE_DATE "$Format:%ct$")

@@ -1,5 +1,5 @@
-# lumivex_startable(<target> <variable>): a path by which a test can start the program of a target,
-# in emulation too. That path is then a script that becomes the emulator.
+# lumivex_startable(<target> <variable>): the path by which a test starts a target's program. In
+# emulation it is a script that runs the emulator.
 function(lumivex_startable target variable)
   set(path "$<TARGET_FILE:${target}>")
   if(CMAKE_CROSSCOMPILING_EMULATOR)

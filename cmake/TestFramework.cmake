@@ -1,4 +1,4 @@
-# GTest and GMock: the installed ones, or built from source where those are for another machine.
+# GTest and GMock: the installed ones, or built from source for another processor.
 set(LUMIVEX_GOOGLETEST "" CACHE PATH
     "Source of the test framework. When set, it is built for the target; else the installed one is used.")
 if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
@@ -14,5 +14,5 @@ if(NOT EXISTS "${LUMIVEX_GOOGLETEST}/CMakeLists.txt")
 endif()
 set(INSTALL_GTEST OFF)
 add_subdirectory("${LUMIVEX_GOOGLETEST}" "${PROJECT_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL SYSTEM)
-# Our warnings are not for it.
+# Without our warnings.
 set_property(TARGET gtest gtest_main gmock gmock_main PROPERTY COMPILE_OPTIONS "")

@@ -1,5 +1,5 @@
-// The plug-in's floor: an element with a worker thread and a message handler, as the plug-in's has
-// them, that answers a blocking message with the message itself and posts any other one back.
+// The plug-in's lower bound: an element with a worker thread and a message handler like the
+// plug-in's, which answers a blocking message with the message itself and posts any other one back.
 
 #include <new>
 
@@ -33,7 +33,7 @@ class EchoInstance : public pp::Instance {
 
  private:
   EchoHandler handler_;
-  pp::SimpleThreadAwaitLoop thread_;  // ends before the handler goes
+  pp::SimpleThreadAwaitLoop thread_;  // destroyed before the handler
 };
 
 class EchoModule : public pp::Module {

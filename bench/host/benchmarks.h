@@ -5,7 +5,7 @@
 
 namespace lumivex::bench {
 
-// Names, by which the report finds what it compares. The first four are followed by a command.
+// Names of the benchmarks. A command follows the first four.
 inline constexpr char kHosted[] = "message/";
 inline constexpr char kHostedEcho[] = "message-echo/";
 inline constexpr char kDirect[] = "handler/";
@@ -30,7 +30,7 @@ inline constexpr char kHeap[] = "heap";
 inline constexpr char kHeapEcho[] = "heap-echo";
 inline constexpr char kBytes[] = "bytes";  // counter of the two
 
-// Counter of those that Laps times: seconds of the median lap's iteration.
+// Counter: seconds per iteration of the median lap.
 inline constexpr char kTypical[] = "typical";
 
 void RegisterMessages();

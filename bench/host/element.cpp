@@ -21,7 +21,7 @@ using host::Json;
 using host::OwnedVar;
 using host::Page;
 
-// The handler that was registered last, for Ask.
+// The last registered handler, for Ask.
 struct Registered {
   PP_Instance instance;
   void* user_data;
@@ -43,7 +43,7 @@ int32_t RegisterMessageHandler(PP_Instance instance,
   return Messaging()->RegisterMessageHandler(instance, user_data, handler, loop);
 }
 
-// The browser's own tables, but for the registration of handlers.
+// The browser's own tables, except for the registration of handlers.
 const void* GetInterface(const char* name) {
   static PPB_Messaging messaging;
   if (std::strcmp(name, PPB_MESSAGING_INTERFACE) != 0) {
@@ -108,7 +108,7 @@ std::unique_ptr<Page> Session::CreatePage(Browser::EventCallback on_event) {
 
 Element::Element(Plugin plugin, Browser::EventCallback on_event)
     : plugin_(plugin), session_(plugin), page_(session_.CreatePage(std::move(on_event))) {
-  // The commands of the tuner need one that was obtained.
+  // Obtains the tuner, which its commands need.
   Check(Json::parse(
             R"({"moduleName": "lumivexrfmanager", "command": "SetChannelType", "channelType": 0})"),
         0);

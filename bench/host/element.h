@@ -12,11 +12,11 @@ namespace lumivex::bench {
 enum class Plugin { kLumivex, kEcho };
 const char* PathOf(Plugin plugin);
 
-// Ends the program: what a benchmark stands on is not as it has to be, so that no figure counts.
+// Ends the program: a benchmark's precondition does not hold.
 [[noreturn]] void Fail(const std::string& problem);
 
-// A browser with one of the plug-ins, and as many elements of it as wanted. One at a time; main
-// thread. In the end everything must have been given back to the browser, without a misuse.
+// A browser with one of the plug-ins and any number of its elements. One at a time; main thread.
+// Fails at the end on leaks and misuse.
 class Session {
  public:
   explicit Session(Plugin plugin);
@@ -32,7 +32,7 @@ class Session {
   host::Browser browser_;
 };
 
-// One element, ready for any of its commands: player and tuner are there.
+// One element with player and tuner, ready for any command.
 class Element {
  public:
   explicit Element(Plugin plugin, host::Browser::EventCallback on_event = nullptr);
@@ -41,11 +41,10 @@ class Element {
   host::Page& page() { return *page_; }
   host::OwnedVar Var(const host::Json& json);
 
-  // What the handler that the plug-in registered answers, asked on the calling thread, past the
-  // browser's loop and the copying of messages.
+  // Calls the plug-in's registered handler on this thread, without the browser's loop and copies.
   host::OwnedVar Ask(PP_Var message);
-  // Asks once, on the element's thread. Fails unless the answer has the code, or without a code is
-  // the message itself.
+  // Sends once, on the element's thread. Fails unless the reply has the code or, from the echo
+  // plug-in, is the message itself.
   void Check(const host::Json& message, int code);
 
  private:

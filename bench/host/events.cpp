@@ -1,5 +1,5 @@
-// How many events a second get from the player library to the page: through the adapter, listener,
-// handler and Pepper layer, made into the page's JSON, and taken by the page's callback.
+// Events per second from the player library to the page: through adapter, listener, handler and
+// Pepper layer, converted to JSON, to the page's callback.
 
 #include <benchmark/benchmark.h>
 
@@ -23,7 +23,7 @@ namespace {
 
 using host::Json;
 
-constexpr int kInfoMessage = 177;  // passes the value of its record on
+constexpr int kInfoMessage = 177;  // passes on its record's value
 constexpr int kEventsALap = 64;
 
 // What the threads of one run share.
@@ -31,7 +31,7 @@ std::unique_ptr<Element> element;
 std::atomic<int64_t> posted;
 std::atomic<int64_t> taken;
 
-// Before the threads start, and after they have ended: main thread.
+// Main thread, before the threads start and after they have ended.
 void SetUp(const benchmark::State&) {
   posted = 0;
   taken = 0;
@@ -47,8 +47,7 @@ void TearDown(const benchmark::State&) {
   }
 }
 
-// One thread's loop over what posts an event. The typical time of several threads at once would say
-// nothing of how many events they make together.
+// One thread's loop. Laps only make sense for a single thread.
 template <class Post>
 void Run(benchmark::State* state, const Post& post) {
   if (state->threads() == 1) {
@@ -86,7 +85,7 @@ const Table* Find(const char* name) {
   return static_cast<const Table*>(host::Browser::GetInterface(name));
 }
 
-// The event of a position as the plug-in makes it, with nothing but the browser's tables.
+// A position event like the plug-in's, made with the browser's tables alone.
 class EventMaker {
  public:
   host::OwnedVar Make(int32_t position) const {

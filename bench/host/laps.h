@@ -8,9 +8,9 @@
 
 namespace lumivex::bench {
 
-// Times the iterations of a benchmark's loop in laps of so many, and gives out the median lap as
-// the counter kTypical, in seconds an iteration. The mean, which the benchmark library gives, has
-// in it whatever else took the processor away meanwhile; the median lap has not.
+// Times the iterations of a benchmark's loop in laps, and reports the median lap as the counter
+// kTypical, in seconds per iteration. Unlike the benchmark library's mean, it excludes
+// interruptions.
 class Laps {
  public:
   explicit Laps(benchmark::State* state, int iterations_a_lap = 1);
@@ -18,9 +18,9 @@ class Laps {
   Laps(const Laps&) = delete;
   Laps& operator=(const Laps&) = delete;
 
-  // A lap that was timed by itself.
+  // For laps timed elsewhere.
   void Add(double seconds) { laps_.push_back(seconds); }
-  // Otherwise, at the end of each iteration.
+  // For all others: at the end of each iteration.
   void Next() {
     if (--left_ == 0) {
       EndLap();

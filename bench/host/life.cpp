@@ -1,4 +1,4 @@
-// What loading, an element's life and its memory cost.
+// The cost of loading, of creating and destroying an element, and its memory.
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
@@ -25,8 +25,8 @@ double Seconds(const Work& work) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-// Opens the library and initialises it, or shuts it down and closes it. What it needs from the
-// platform goes and comes with it.
+// Opens the library and initialises it, or shuts it down and closes it, with the platform's
+// libraries.
 void LoadOrUnload(benchmark::State& state, Plugin plugin, bool load) {
   host::Browser browser;
   std::string error;
@@ -59,11 +59,11 @@ void CreateOrDestroy(benchmark::State& state, Plugin plugin, bool create) {
   }
 }
 
-// Bytes of the heap that an element holds, the browser's for it among them.
+// Heap bytes per element, including the browser's.
 void Heap(benchmark::State& state, Plugin plugin) {
   constexpr std::size_t kElements = 100;
   Session session(plugin);
-  // The first element brings what is made once.
+  // The first element allocates what all share.
   std::vector<std::unique_ptr<Page>> pages(kElements + 1);
   pages[0] = session.CreatePage();
   std::size_t bytes = 0;

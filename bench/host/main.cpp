@@ -10,8 +10,8 @@
 
 int main(int argc, char** argv) {
   using namespace lumivex::bench;
-  // Runs of all benchmarks in random order, so that what else the machine does falls on all alike.
-  // Options given come later and win.
+  // Random order, so that other load affects all benchmarks alike. The user's options override
+  // these.
   std::string defaults[] = {"--benchmark_repetitions=15", "--benchmark_min_time=0.02",
                             "--benchmark_enable_random_interleaving=true"};
   std::vector<char*> arguments = {argv[0]};

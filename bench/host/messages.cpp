@@ -1,4 +1,4 @@
-// What a blocking message costs, in the host and without it.
+// The cost of a blocking message, with and without the host.
 
 #include <benchmark/benchmark.h>
 
@@ -22,8 +22,8 @@ using host::Page;
 constexpr int kNotSupported = 9;
 constexpr int kAnswersALap = 32;
 
-// From a thread of the page to the element's thread and back. The message is a var and not JSON:
-// what the page's text costs is no business of the plug-in.
+// From a thread of the page to the element's thread and back. The message is a var, to exclude the
+// conversion of JSON.
 void Hosted(benchmark::State& state, Plugin plugin, const Json& message, int code) {
   Element element(plugin);
   element.Check(message, code);
@@ -64,7 +64,7 @@ void Register(const std::string& name, const Json& message, int code) {
   add(kDirectEcho, &Direct, Plugin::kEcho);
 }
 
-// The same command while other elements live.
+// One command while other elements exist.
 void AmongOthers(benchmark::State& state) {
   const Json message =
       Json::parse(R"({"moduleName": "lumivexplayer", "command": "GetCurrentPosition"})");
@@ -75,7 +75,6 @@ void AmongOthers(benchmark::State& state) {
   }
   host::VarTable& vars = session.browser().vars();
   const OwnedVar var(&vars, vars.FromJson(message).value());
-  // Not the newest element: each has to be as fast.
   Page& page = *pages[pages.size() / 2];
   Laps laps(&state);
   for (auto _ : state) {
@@ -93,7 +92,7 @@ void RegisterMessages() {
     Register(request.command, request.message, 0);
   }
   Register(kUnknown, UnknownRequest(), kNotSupported);
-  // No container and no text: what is left is the way to the other thread and back.
+  // No container and no text: only the way to the other thread and back.
   benchmark::RegisterBenchmark(kHandover,
                                [](benchmark::State& state) { Hosted(state, Plugin::kEcho, 1, 0); })
       ->UseRealTime()

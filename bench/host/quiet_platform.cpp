@@ -13,7 +13,7 @@ namespace lumivex::bench {
 
 namespace {
 
-// In position it is what the plug-in calls: the tests hold that against a table made by hand.
+// The tests compare the positions of IZunoPlayer with a table made by hand.
 class QuietPlayer final : public IZunoPlayer {
  public:
   bool InitPlayer(const char*, unsigned int) override { return true; }

@@ -1,14 +1,14 @@
 #ifndef BENCH_HOST_QUIET_PLATFORM_H_
 #define BENCH_HOST_QUIET_PLATFORM_H_
 
-// The platform as it costs next to nothing: a log that is switched off, a tuner and a player that
-// agree to everything and keep no record. They stand in the program itself.
+// A platform that costs next to nothing: a disabled log, and a tuner and a player that accept
+// everything and record nothing. They are linked into the program.
 
 #include "IZunoPlayer.h"
 
 namespace lumivex::bench {
 
-// What the player that was created last was given. Set and read on the main thread.
+// The callbacks of the last created player. Main thread.
 struct PlayerCallbacks {
   IZunoPlayer::MessageCallback message = nullptr;
   void* message_user = nullptr;

@@ -15,12 +15,12 @@ namespace lumivex::bench {
 
 namespace {
 
-constexpr char kMean[] = "/mean";  // after a name: the mean where else the median lap is taken
+constexpr char kMean[] = "/mean";  // suffix of a name: the mean instead of the median lap
 
-constexpr double kMostTimesTheEcho = 2;
-constexpr double kLeastEventsPerSecond = 1e6;
-constexpr double kMostTimesTheFirstElement = 1.25;
-constexpr double kMostBytesOfLibrary = 100 * 1024;
+constexpr double kMaxRatioToEcho = 2;
+constexpr double kMinEventsPerSecond = 1e6;
+constexpr double kMaxRatioToFirstElement = 1.25;
+constexpr double kMaxLibraryBytes = 100 * 1024;
 
 double Quantile(const std::vector<double>& sorted, double part) {
   const double place = part * static_cast<double>(sorted.size() - 1);
@@ -100,10 +100,8 @@ Report::Figure Report::Get(const std::string& name) const {
 }
 
 void Report::Finalize() {
-  PrintLoad("in the end");
-  std::printf(
-      "Figures are medians of the runs; behind ± stands half of what the middle half of "
-      "the runs spans.\n");
+  PrintLoad("at the end");
+  std::printf("Figures are medians of the runs; ± is half of the interquartile range.\n");
   PrintMessages();
   PrintEvents();
   PrintLife();
@@ -139,8 +137,8 @@ void Report::PrintMessages() const {
     print(request.command);
   }
   print(kUnknown);
-  std::printf("Handing a message over to the other thread and back: %.2f ±%.2f\n",
-              Median(kHandover), Get(kHandover).spread);
+  std::printf("Handing a message to the other thread and back: %.2f ±%.2f\n", Median(kHandover),
+              Get(kHandover).spread);
 }
 
 void Report::PrintEvents() const {
@@ -196,20 +194,20 @@ void Report::PrintAims() const {
       worst_command = request.command;
     }
   }
-  PrintAim("every command within 2 times its echo", worst <= kMostTimesTheEcho, all,
+  PrintAim("every command within 2 times its echo", worst <= kMaxRatioToEcho, all,
            Format("worst: %s, %.2f; the plug-in's own part is at most %.2f µs",
                   worst_command.c_str(), worst, most_of_its_own));
   for (const char* name : {kPosition, kMessage}) {
     const double typical = PerSecond(Median(std::string(name) + "/threads:1"));
     const double mean = PerSecond(Median(std::string(name) + "/threads:1" + kMean));
     PrintAim(Format("a million %s a second from one thread", name).c_str(),
-             mean >= kLeastEventsPerSecond, !std::isnan(mean),
+             mean >= kMinEventsPerSecond, !std::isnan(mean),
              Format("%.2f million, in the median lap %.2f", mean / 1e6, typical / 1e6));
   }
   const double growth = Median(std::string(kCreate) + "/100") / Median(std::string(kCreate) + "/1");
   PrintAim("creation costs the same among 100 elements as among 1",
-           growth <= kMostTimesTheFirstElement, !std::isnan(growth), Format("%.2f times", growth));
-  PrintAim("the stripped library is below 100 KiB", LibraryBytes() < kMostBytesOfLibrary, true,
+           growth <= kMaxRatioToFirstElement, !std::isnan(growth), Format("%.2f times", growth));
+  PrintAim("the stripped library is below 100 KiB", LibraryBytes() < kMaxLibraryBytes, true,
            Format("%.1f KiB", LibraryBytes() / 1024));
 }
 

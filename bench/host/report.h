@@ -9,7 +9,7 @@
 
 namespace lumivex::bench {
 
-// Collects what was measured and prints it as tables in the end, with the aims.
+// Collects the measurements and finally prints them as tables, with the aims.
 class Report : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context& context) override;
@@ -17,10 +17,10 @@ class Report : public benchmark::BenchmarkReporter {
   void Finalize() override;
 
  private:
-  // Of a benchmark's runs; NaN when there were none. Times in microseconds.
+  // Of a benchmark's runs; NaN if there were none. Times in microseconds.
   struct Figure {
     double median;
-    double spread;  // half of what the middle half of the runs spans
+    double spread;  // half of the interquartile range
   };
   Figure Get(const std::string& name) const;
   double Median(const std::string& name) const { return Get(name).median; }
@@ -31,8 +31,7 @@ class Report : public benchmark::BenchmarkReporter {
   void PrintLife() const;
   void PrintAims() const;
 
-  // By the benchmark's name, followed by "/" and its argument or number of threads: the time of an
-  // iteration in each run, or a counter.
+  // Each run's time per iteration, or its counter, by benchmark: "name/argument" or "name/threads".
   std::map<std::string, std::vector<double>> values_;
 };
 

@@ -13,10 +13,10 @@ struct Request {
   host::Json message;
 };
 
-// Every command of the contract with arguments that are right. Player and tuner agree to each.
+// Every command of the contract, with valid arguments. Player and tuner accept each.
 const std::vector<Request>& Requests();
 
-// A request that is right in all but the command, which there is not.
+// A valid request with an unknown command.
 const host::Json& UnknownRequest();
 
 }  // namespace lumivex::bench

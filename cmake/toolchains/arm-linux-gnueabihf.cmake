@@ -1,12 +1,12 @@
-# 32-bit ARM with hardware floating point, by Debian's cross compiler. Programs of the build run in
-# user-mode emulation, where there is one.
+# 32-bit ARM with hardware floating point, by Debian's cross compiler. The build's programs run in
+# user-mode emulation, if installed.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
-# The compiler would note every call whose passing of arguments changed between its versions 6 and 7.
+# No notes about calls that GCC 6 and 7 pass differently.
 set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 
 # Libraries, headers and packages are the target's, programs the build machine's.

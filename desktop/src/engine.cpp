@@ -14,7 +14,7 @@
 namespace lumivex::desktop {
 namespace {
 
-constexpr int kEndTimeMs = 5000;  // for a plug-in to end after its page
+constexpr int kShutdownTimeMs = 5000;  // for a plug-in, after its page
 
 }  // namespace
 
@@ -34,7 +34,7 @@ std::string ScreenProblem() {
 EngineArguments::EngineArguments(const char* program,
                                  const std::vector<EmbeddedPlugin>& plugins,
                                  const SessionFolder& folder) {
-  qputenv("QT_QPA_PLATFORM", "xcb");  // the picture is shown in an X11 window inside ours
+  qputenv("QT_QPA_PLATFORM", "xcb");  // the picture has an X11 window inside ours
   if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR")) {
     qputenv("XDG_RUNTIME_DIR", folder.Path("").c_str());  // or else Qt complains
   }
@@ -47,7 +47,7 @@ EngineArguments::EngineArguments(const char* program,
       program, "--register-pepper-plugins=" + registered,
       // The plug-in opens libraries, media files, sound and windows, which a sandbox forbids.
       "--no-sandbox",
-      "--log-level=3",  // what the engine tells its own authors
+      "--log-level=3",  // hides messages for the engine's own authors
   };
   // Qt takes the engine's switches either from its variable or from here.
   for (const QByteArray& flag : qgetenv("QTWEBENGINE_CHROMIUM_FLAGS").split(' ')) {
@@ -87,7 +87,7 @@ void SetEnvironment(const WrapperSettings& settings, const SessionFolder& folder
 
 void WaitForPluginsToEnd(const PluginWatch& watch) {
   QElapsedTimer time;
-  for (time.start(); watch.instances() > 0 && time.elapsed() < kEndTimeMs;) {
+  for (time.start(); watch.instances() > 0 && time.elapsed() < kShutdownTimeMs;) {
     QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
   }
   if (watch.instances() > 0) {

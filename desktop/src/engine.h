@@ -10,24 +10,23 @@
 #include "plugin_watch.h"
 #include "session_folder.h"
 
-// What a program has to do before, at and after the start of the engine so that the engine loads
-// plug-ins. All on the main thread.
+// What makes the engine load plug-ins, before, at and after its start. All on the main thread.
 namespace lumivex::desktop {
 
 constexpr char kMimeType[] = "application/x-lumivex";
 
-// Why no window can be opened; empty when there is a screen.
+// Why no window can be opened; empty if there is a screen.
 std::string ScreenProblem();
 
-// A plug-in as the engine is told of it.
+// A plug-in, as registered with the engine.
 struct EmbeddedPlugin {
-  std::string name;       // of a link in the session's folder; each plug-in has another
-  std::string library;    // absolute; what the engine loads
-  std::string mime_type;  // several: with semicolons between
+  std::string name;       // of a link in the session's folder; unique
+  std::string library;    // absolute
+  std::string mime_type;  // or several, separated by semicolons
 };
 
-// The arguments to construct the application with. Takes the switches in Qt's variable along, and
-// sets the variables that Qt reads at its start. To outlive the application.
+// The arguments for the application's constructor, with the switches in Qt's variable. Also sets
+// the variables that Qt reads at its start. Must outlive the application.
 class EngineArguments {
  public:
   EngineArguments(const char* program,
@@ -45,18 +44,18 @@ class EngineArguments {
   int count_ = 0;
 };
 
-// What the wrapper finds in its environment; see channel.h. For the processes started from now on.
+// The environment of the wrapper in processes started from now on; see channel.h.
 struct WrapperSettings {
   std::string plugin;                     // the library to load, absolute
-  std::string sysroot;                    // empty: device paths are looked up on this machine
-  std::string device_paths;               // the library that looks them up
+  std::string sysroot;                    // empty: device paths are those of this machine
+  std::string device_paths;               // the library that maps device paths
   std::set<std::string> denied;           // the last parts of privilege URIs
-  std::optional<std::int64_t> window_id;  // none: the plug-in has no window
-  std::string record;                     // the file to record to, absolute; empty: none
+  std::optional<std::int64_t> window_id;  // none: no window
+  std::string record;                     // file to record to, absolute; empty: none
 };
 void SetEnvironment(const WrapperSettings& settings, const SessionFolder& folder);
 
-// Runs the event loop until no plug-in element lives any more, for some seconds at most.
+// Runs the event loop until no plug-in element is left, for a few seconds at most.
 void WaitForPluginsToEnd(const PluginWatch& watch);
 
 }  // namespace lumivex::desktop

@@ -5,8 +5,8 @@
 
 namespace lumivex::desktop {
 
-// The priority of a platform log level's name, or of the letter that begins its lines' prefix.
-// A level beyond all lines for what is neither.
+// The priority of a platform log level, by its name or by the letter in its lines' prefix. INT_MAX
+// if unknown.
 int LogPriority(const std::string& level);
 
 }  // namespace lumivex::desktop

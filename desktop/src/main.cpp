@@ -26,7 +26,7 @@ void SayNoScreen(const std::string& problem) {
                problem.c_str());
 }
 
-// For the engine, which would say nothing of a port that it cannot have.
+// The engine itself would not report a port that is in use.
 bool OpenDevTools(int port) {
   QTcpServer probe;
   if (!probe.listen(QHostAddress::LocalHost, static_cast<quint16>(port))) {
@@ -75,11 +75,11 @@ int Run(const CommandLine& line, const SessionFolder& folder) {
   window.on_crash = [&](const std::string& sentence) {
     watch.Fail(sentence);
     if (!line.screenshot.empty()) {
-      screenshot_timer.start(line.screenshot_after_ms);  // the page may never have loaded
+      screenshot_timer.start(line.screenshot_after_ms);  // the page may not have loaded
     }
   };
   window.Open(line.page, line.insecure, [&](bool ok) {
-    status = ok ? kDone : kNoPage;  // of the last load
+    status = ok ? kDone : kNoPage;  // the last load counts
     if (!ok) {
       std::fprintf(stderr, "lumivex-desktop: cannot load %s\n",
                    qPrintable(line.page.toDisplayString()));
@@ -94,7 +94,7 @@ int Run(const CommandLine& line, const SessionFolder& folder) {
   window.activateWindow();
   const SignalWatch signal_watch;
   QApplication::exec();
-  window.ClosePage();  // while the event loop still runs, so that the plug-in can clean up
+  window.ClosePage();  // before the last events, so that the plug-in can clean up
   WaitForPluginsToEnd(watch);
   if (signal_watch.signal() != 0) {
     return kSignalled + signal_watch.signal();

@@ -8,7 +8,7 @@
 
 namespace lumivex::desktop {
 
-// Exit statuses; described in the usage text.
+// Exit statuses; see --help.
 enum Status {
   kDone = 0,
   kFailed = 1,
@@ -22,17 +22,17 @@ struct CommandLine : host::PluginOptions {
   QUrl page;
   std::string wrapper;
   std::string device_paths;
-  std::string window_id = "own";  // of the window that the plug-in gets: ours, a number, or none
+  std::string window_id = "own";  // "own", a number or "none"
   int width = 1920;
   int height = 1080;
-  std::string record;      // an absolute path, empty for no recording
+  std::string record;      // absolute; empty: no recording
   std::string screenshot;  // empty: the window stays until it is closed
   int screenshot_after_ms = 2000;
   int devtools_port = 0;  // 0: no developer tools
   bool insecure = false;  // take any certificate
 };
 
-// Ends the program when there is nothing to open.
+// Ends the program after --help, --version or wrong usage, or if a file is missing.
 CommandLine ReadCommandLine(int argc, char** argv);
 
 }  // namespace lumivex::desktop

@@ -19,10 +19,10 @@
 namespace lumivex::desktop {
 namespace {
 
-constexpr std::size_t kKeptLines = 20;
-constexpr std::size_t kLongestLine = 1000;  // a page can have megabytes logged
+constexpr std::size_t kMaxKeptLines = 20;
+constexpr std::size_t kMaxLineLength = 1000;  // a page can log megabytes
 
-// The argument of a line of the channel that begins with this word.
+// Gets the argument of a line that starts with this word.
 bool TakeWord(std::string_view line, std::string_view word, std::string* argument) {
   if (line.substr(0, word.size()) != word) {
     return false;
@@ -45,7 +45,7 @@ struct PluginWatch::Connection {
   QLocalSocket* socket;
   std::string pid = "?";
   int instances = 0;
-  bool explained = false;  // why the process ends
+  bool explained = false;  // the process has said why it ends
 };
 
 PluginWatch::PluginWatch(const SessionFolder& folder, int shown)
@@ -150,7 +150,7 @@ void PluginWatch::ReadLog() {
       if (character == '\n') {
         TakeLogLine(Printable(unfinished_));
         unfinished_.clear();
-      } else if (unfinished_.size() < kLongestLine) {
+      } else if (unfinished_.size() < kMaxLineLength) {
         unfinished_ += character;
       }
     }
@@ -165,7 +165,7 @@ void PluginWatch::TakeLogLine(const std::string& line) {
     std::fprintf(stderr, "%s\n", line.c_str());
   }
   last_lines_.push_back(line);
-  if (last_lines_.size() > kKeptLines) {
+  if (last_lines_.size() > kMaxKeptLines) {
     last_lines_.pop_front();
   }
 }

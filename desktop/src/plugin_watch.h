@@ -12,30 +12,29 @@
 
 namespace lumivex::desktop {
 
-// How a signal has ended a process: "was killed", "crashed (signal 6, Aborted)".
+// How a signal ended a process: "was killed", "crashed (signal 6, Aborted)".
 std::string EndWords(int signal);
 
-// Knows how the plug-in's process fares: takes its log and what the wrapper tells. All on the main
-// thread.
+// Monitors the plug-in's process: reads its log and the wrapper's reports. All on the main thread.
 class PluginWatch {
  public:
-  // `shown` is the lowest priority of log lines that go to standard error as well.
+  // Log lines from the priority `shown` on also go to standard error.
   PluginWatch(const SessionFolder& folder, int shown);
   ~PluginWatch();
   PluginWatch(const PluginWatch&) = delete;
   PluginWatch& operator=(const PluginWatch&) = delete;
 
-  // Tells the processes that are started from now on where to report. Log lines of every priority
-  // are wanted: nobody knows beforehand which are the last ones.
+  // For the processes started from now on. They log all priorities, because any line may be the
+  // last before a crash.
   void SetEnvironment() const;
 
-  // Called with a sentence without a full stop after each failure.
+  // Called after each failure, with a sentence without a full stop.
   std::function<void(const std::string& sentence)> on_failure;
 
-  // Notes that the plug-in could not be loaded or a process died, and tells the user.
+  // Records a failure and reports it to the user.
   void Fail(const std::string& sentence);
   bool failed() const { return failed_; }
-  // Plug-in elements that live at the moment.
+  // The number of plug-in elements.
   int instances() const { return instances_; }
   // The last lines of the log, oldest first, each with its line end.
   std::string LastLines() const;
@@ -51,7 +50,7 @@ class PluginWatch {
   const std::string channel_path_;
   const std::string log_path_;
   const int shown_;
-  const int log_;  // both ends are ours, so that it never ends
+  const int log_;  // both ends are open here, so that it never ends
   QLocalServer server_;
   std::unique_ptr<QSocketNotifier> log_notifier_;
   std::string unfinished_;  // the log's last line, without its end

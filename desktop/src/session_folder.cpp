@@ -57,7 +57,7 @@ void Sweep() {
 SessionFolder::SessionFolder() : path_(std::string(kPrefix) + "XXXXXX") {
   Sweep();
   Require(mkdtemp(path_.data()) != nullptr, path_);
-  // It gets its name when it is locked already, so that no other program takes it for a dead one.
+  // Renamed only once locked, so that no other program takes it for an abandoned one.
   const std::string unnamed = Path("new");
   lock_ = open(unnamed.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
   Require(TakeLock(lock_) && rename(unnamed.c_str(), (path_ + kLock).c_str()) == 0, unnamed);

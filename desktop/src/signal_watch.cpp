@@ -9,7 +9,7 @@
 namespace lumivex::desktop {
 namespace {
 
-// A handler may do next to nothing: it wakes the event loop through a pipe.
+// The handler wakes the event loop through a pipe.
 int ends[2] = {-1, -1};
 
 void OnSignal(int signal) {

@@ -6,8 +6,8 @@
 
 namespace lumivex::desktop {
 
-// Ends the event loop on SIGINT, SIGTERM and SIGHUP, so that the program can tidy up. At most one
-// at a time.
+// Ends the event loop on SIGINT, SIGTERM and SIGHUP, so that the program can clean up. One at a
+// time.
 class SignalWatch {
  public:
   SignalWatch();
@@ -15,7 +15,7 @@ class SignalWatch {
   SignalWatch(const SignalWatch&) = delete;
   SignalWatch& operator=(const SignalWatch&) = delete;
 
-  // The signal that ended the loop; 0 when it was none.
+  // The signal that ended the loop, or 0.
   int signal() const { return signal_; }
 
  private:

@@ -18,8 +18,8 @@
 namespace lumivex::desktop {
 namespace {
 
-// A page that closes its window or loads another before it is complete has not failed; what it
-// wants is known a moment later.
+// A load also "fails" when the page closes its window or loads another page; that is known a moment
+// later.
 constexpr int kFailureDelayMs = 200;
 
 class Page : public QWebEnginePage {

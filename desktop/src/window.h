@@ -14,23 +14,23 @@ class QLabel;
 
 namespace lumivex::desktop {
 
-// The window: the page, and at its lower edge a line for what has gone wrong. Exists before the
-// engine does, because the engine's processes inherit its id.
+// The page, and a line for failures at its lower edge. Constructed before the engine, whose
+// processes inherit its id.
 class Window : public QWidget {
  public:
   Window(int width, int height);
   ~Window() override;
 
-  // Called with a sentence without a full stop when the page's own process died.
+  // Called when the page's own process died, with a sentence without a full stop.
   std::function<void(const std::string& sentence)> on_crash;
 
-  // Starts the engine, which takes any certificate when it is insecure. on_loaded is called once
-  // for each time the page was loaded, or could not be.
+  // Starts the engine, which accepts any certificate if insecure. on_loaded is called after each
+  // load.
   void Open(const QUrl& page, bool insecure, const std::function<void(bool ok)>& on_loaded);
   // Ends the page, and with it the plug-in.
   void ClosePage();
   void ShowFailure(const std::string& sentence);
-  // What the screen shows of this window, windows of other programs inside it included.
+  // The window as on the screen, including other programs' windows inside it.
   bool SaveScreenshot(const std::string& file);
 
  protected:
@@ -41,9 +41,9 @@ class Window : public QWidget {
   void AddShortcut(const char* keys, std::function<void()> action);
 
   QLabel* const failure_;
-  QString failure_text_;  // of which the label shows what it has room for
-  QTimer failure_timer_;  // runs from a failed load until that is certain
-  // In this order: the page has to go before the profile.
+  QString failure_text_;  // the label may show it shortened
+  QTimer failure_timer_;  // runs until a failed load is certain
+  // In this order: the page must be destroyed before the profile.
   std::unique_ptr<QWebEngineProfile> profile_;
   std::unique_ptr<QWebEngineView> view_;
 };

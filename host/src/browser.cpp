@@ -134,7 +134,7 @@ std::unique_ptr<Page> Browser::CreatePage(const Attributes& attributes,
   const std::shared_ptr<PageState> state = runtime_->AddPage(std::move(on_event));
   if (runtime_->plugin_instance->DidCreate(state->instance(), static_cast<uint32_t>(names.size()),
                                            names.data(), values.data()) != PP_TRUE) {
-    // The plug-in has no instance then, so that DidDestroy would be one too many.
+    // The plug-in has no instance, so DidDestroy must not be called.
     state->SetClosed();
     state->DropHandler();
     SetError(error, "the plug-in refused to create an instance");

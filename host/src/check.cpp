@@ -21,34 +21,34 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr unsigned int kPatience = 10;  // seconds, for each layer
-constexpr milliseconds kCallbackPatience(5000);
+constexpr unsigned int kLayerTimeout = 10;  // seconds
+constexpr milliseconds kCallbackTimeout(5000);
 constexpr char kPlayerLibrary[] = "/usr/lib/libzuno-player.so";
 
 bool all_good = true;
-const char* layer_under_way = "";
+const char* current_layer = "";
 
 void OnAlarm(int /*signal*/) {
   const auto print = [](const char* text) {
     [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, text, std::strlen(text));
   };
   print("FAILED  ");
-  print(layer_under_way);
+  print(current_layer);
   print(": did not return within 10 s; on the device it blocks the page as long\n");
   _exit(1);
 }
 
 // Before a layer's code is called.
 void Begin(const char* layer) {
-  layer_under_way = layer;
-  alarm(kPatience);
+  current_layer = layer;
+  alarm(kLayerTimeout);
 }
 
-// found says what there is, meaning what a page sees when it is not as it has to be. Answers good.
+// found is what was found, meaning what a page notices if that is not good. Returns good.
 bool Report(bool good, const std::string& found, const std::string& meaning) {
   alarm(0);
   all_good = all_good && good;
-  const std::string line = std::string(good ? "ok      " : "FAILED  ") + layer_under_way + ": " +
+  const std::string line = std::string(good ? "ok      " : "FAILED  ") + current_layer + ": " +
                            found + (good ? "" : "; " + meaning);
   std::printf("%s\n", Printable(line).c_str());
   std::fflush(stdout);
@@ -65,7 +65,7 @@ Function Find(void* library, const char* name) {
   return reinterpret_cast<Function>(dlsym(library, name));
 }
 
-// Among the libraries that the plug-in brought along.
+// Of the log library that the plug-in is linked with.
 void CheckLog(void* plugin) {
   Begin("log");
   const auto print = Find<int (*)(int, int, const char*, const char*, ...)>(plugin, "__dlog_print");
@@ -89,8 +89,8 @@ void OnPosition(unsigned long /*position*/, void* /*data*/) {
   ++positions;
 }
 
-bool Comes(const std::atomic<int>& count) {
-  const auto deadline = std::chrono::steady_clock::now() + kCallbackPatience;
+bool Arrives(const std::atomic<int>& count) {
+  const auto deadline = std::chrono::steady_clock::now() + kCallbackTimeout;
   while (count == 0 && std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(milliseconds(20));
   }
@@ -137,7 +137,7 @@ void CheckPlayer(const std::string& clip) {
   if (clip == "-") {
     Begin("player messages");
     player->InitPlayer("/nonexistent/clip.mp4", 0);
-    const bool came = Comes(messages);
+    const bool came = Arrives(messages);
     Report(came,
            came ? "message " + std::to_string(last_message) + " for a source that does not exist"
                 : "none for a source that does not exist",
@@ -146,7 +146,7 @@ void CheckPlayer(const std::string& clip) {
     Begin("playback");
     const bool opened = player->InitPlayer(clip.c_str(), 0);
     const bool played = opened && player->Play(0);
-    const bool came = played && Comes(positions);
+    const bool came = played && Arrives(positions);
     Report(came,
            !opened   ? "the player cannot open " + clip
            : !played ? "the player does not start"
@@ -210,7 +210,7 @@ void CheckPlugin(const CommandLine& line) {
   Report(version == 0, "GetRFManagerVersion returns code " + std::to_string(version),
          "libpepperplugin.so does not deliver messages to the plug-in");
   Begin("tuner");
-  // Without its argument the command asks for the tuner, and does nothing with it.
+  // Without its argument the command obtains the tuner but does not use it.
   const int tuner = code("SetChannelType");
   Report(tuner == 26,
          tuner == 26 ? "instance found" : "no instance (code " + std::to_string(tuner) + ")",

@@ -5,10 +5,9 @@
 
 namespace lumivex::host {
 
-// Goes through the layers below a page, from the player library up to an element, as they lie on
-// the device, and prints a line for each: what was found, and what a page will see of it.
-// line.script is a clip to play, or "-" for none. Ends the process when a layer does not come back
-// within 10 s. Answers the exit status: 0, or 1 when something was not as it has to be.
+// Checks the layers below a page on the device, from the player library up to an element, and
+// prints a line for each. line.script is a clip to play, or "-" for none. Ends the process if a
+// layer does not return within 10 s. Returns the exit status: 0, or 1 if a check failed.
 int Check(const CommandLine& line);
 
 }  // namespace lumivex::host

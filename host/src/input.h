@@ -7,8 +7,8 @@
 
 namespace lumivex::host {
 
-// Lines from a descriptor that may be a file, a pipe or a terminal, without ever blocking longer
-// than one read of what is there. One thread. The descriptor stays the caller's.
+// Lines from a descriptor, which the caller owns: a file, a pipe or a terminal. Never blocks longer
+// than one read. One thread.
 class Input {
  public:
   explicit Input(int descriptor) : descriptor_(descriptor) {}
@@ -17,23 +17,23 @@ class Input {
   Input& operator=(const Input&) = delete;
 
   int descriptor() const { return descriptor_; }
-  // The next whole line, without its end; at the end of the input also one that has no end.
+  // The next line without its newline, which may be missing at the end of the input.
   std::optional<std::string> TakeLine();
-  // Reads what is there. False when it cannot be read; errno says why.
+  // Reads what is available. False on failure; errno has the reason.
   virtual bool Fill();
-  // Before each wait for input, and before each output and at the end; for a prompt.
+  // For a prompt: called before waiting for input, and before output and at the end.
   virtual void Show() {}
   virtual void Hide() {}
   bool AtEnd() const { return at_end_; }
 
  protected:
-  void Append(const char* text, std::size_t size);  // an end when there is none
+  void Append(const char* text, std::size_t size);  // size 0: end of the input
 
  private:
   const int descriptor_;
   std::string buffer_;
   std::size_t start_ = 0;    // of the next line
-  std::size_t scanned_ = 0;  // no line ends before
+  std::size_t scanned_ = 0;  // no newline before
   bool at_end_ = false;
 };
 

@@ -18,25 +18,25 @@
 
 namespace lumivex::host {
 
-// A queue of work for one thread. Any thread may post; work that is due runs in the order of its
-// due times, and in the order of posting where these are equal.
+// A queue of work for one thread. Any thread may post. Work runs in the order of its due times,
+// then of posting.
 class Loop {
  public:
   using Task = std::function<void()>;
 
-  // True once; from then on a thread is there to run it.
+  // Claims the loop for a thread; false if it is claimed already.
   bool Attach();
-  // False before a thread is attached and once the loop was destroyed.
+  // Whether a thread is attached and the loop not destroyed.
   bool IsServed() const;
-  // False when the loop was destroyed; the task is then dropped.
+  // False if the loop was destroyed; the task is dropped.
   bool Post(Task task, std::chrono::milliseconds delay = std::chrono::milliseconds(0));
-  // Takes its place behind the work posted before. False when the loop was destroyed.
+  // Queued like a task. False if the loop was destroyed.
   bool PostQuit(bool should_destroy);
 
-  // PP_OK after a quit, PP_ERROR_INPROGRESS when it runs already.
+  // PP_OK after a quit, PP_ERROR_INPROGRESS if it already runs.
   int32_t Run();
   void RunPending();
-  // Drops what is left; nothing can be posted from here on.
+  // Drops all queued work and refuses any more.
   void Destroy();
   bool IsRunning() const;
   bool IsDestroyed() const;
@@ -61,8 +61,8 @@ class Loop {
   bool destroyed_ = false;
 };
 
-// The message loops that the plug-in knows by resource id. Results are those of PPB_MessageLoop.
-// Ids are never used twice, so that a released one is recognised.
+// The message loops by resource id. Results are those of PPB_MessageLoop. Ids are never reused, so
+// that a released one is recognised.
 class LoopTable {
  public:
   explicit LoopTable(Defects* defects);
@@ -100,7 +100,7 @@ class LoopTable {
   const uint64_t epoch_;  // tells a thread's loop from one of an earlier table
 
   mutable std::mutex mutex_;
-  // Guarded by mutex_. The main thread's loop stays, however few references there are.
+  // Guarded by mutex_. The main thread's loop stays even without references.
   std::map<PP_Resource, Entry> entries_;
   PP_Resource last_ = kMain;
   std::vector<std::weak_ptr<Loop>> all_;

@@ -1,5 +1,5 @@
 // lumivex-host: a page with one plug-in element and no window. The main thread is the plug-in's
-// main thread; the script is the page's and runs on a thread of its own.
+// main thread; the script runs on its own thread.
 
 #include <fcntl.h>
 #include <pthread.h>
@@ -33,16 +33,16 @@
 namespace lumivex::host {
 namespace {
 
-int Complain(const std::string& problem) {
+int Fail(const std::string& problem) {
   std::fprintf(stderr, "lumivex-host: %s\n", Printable(problem).c_str());
   return kFailed;
 }
 
-// Ends the program when a signal asks for it or the plug-in takes too long. Any thread may call it.
+// Ends the program on a signal, or when the plug-in takes too long. Any thread may call it.
 class Watch {
  public:
-  // Before other threads are started. on_signal is called on a thread of its own for the first
-  // signal that asks for the end; the second one ends the process at once.
+  // Construct it before other threads start. The first signal calls on_signal, on the watch's own
+  // thread; the second one ends the process at once.
   explicit Watch(std::function<void(int signal)> on_signal) : on_signal_(std::move(on_signal)) {
     sigemptyset(&signals_);
     sigaddset(&signals_, SIGALRM);
@@ -53,7 +53,7 @@ class Watch {
   }
   ~Watch() {
     done_ = true;
-    // The signal is blocked everywhere; the thread takes it with sigwait.
+    // The thread takes it with sigwait.
     // NOLINTNEXTLINE(bugprone-bad-signal-to-kill-thread)
     pthread_kill(thread_.native_handle(), SIGTERM);
     thread_.join();
@@ -61,7 +61,7 @@ class Watch {
   Watch(const Watch&) = delete;
   Watch& operator=(const Watch&) = delete;
 
-  // The plug-in has so long to start; otherwise the process ends.
+  // Ends the process unless Started is called within the limit.
   void ExpectStart(std::chrono::seconds limit) {
     const std::lock_guard<std::mutex> lock(mutex_);
     Expect("start", limit, kFailed);
@@ -72,8 +72,7 @@ class Watch {
       deadline_ = Clock::time_point::max();
     }
   }
-  // The plug-in has kGrace to end; otherwise the process ends with this status. The first call
-  // counts.
+  // Ends the process with this status unless it ends within kGrace. Only the first call counts.
   void ExpectEnd(int status) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (!ending_) {
@@ -115,9 +114,9 @@ class Watch {
   void EndIfOverdue() {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (Clock::now() >= deadline_) {
-      Complain(std::string("the plug-in did not ") + expected_ + " within " +
-               std::to_string(limit_.count()) + " s");
-      _exit(status_);  // whatever thread it hangs in
+      Fail(std::string("the plug-in did not ") + expected_ + " within " +
+           std::to_string(limit_.count()) + " s");
+      _exit(status_);
     }
   }
 
@@ -157,7 +156,7 @@ int Play(const CommandLine& line, Input* input, Printer* printer) {
   Session session(input, line.script == "-" ? "<stdin>" : line.script, printer, timeout);
   Watch watch([&](int signal) {
     session.Interrupt(128 + signal);
-    // Leaving the page also frees a script that waits for an answer.
+    // Closing the page also wakes a script that waits for a reply.
     browser.PostToMainThread([&page] {
       if (page != nullptr) {
         page->Close();
@@ -169,11 +168,11 @@ int Play(const CommandLine& line, Input* input, Printer* printer) {
   int status = kDone;
   std::string error;
   if (!browser.Load(line.plugin, &error)) {
-    status = Complain("cannot load the plug-in: " + error);
+    status = Fail("cannot load the plug-in: " + error);
   } else if ((page = browser.CreatePage({}, &error, [&session](Json event) {
                session.AddEvent(std::move(event));
              })) == nullptr) {
-    status = Complain(error);
+    status = Fail(error);
   } else {
     watch.Started();
     std::thread script([&] {
@@ -189,11 +188,11 @@ int Play(const CommandLine& line, Input* input, Printer* printer) {
   session.PrintEvents();
 
   if (!browser.Unload(&error)) {
-    Complain("cannot unload the plug-in: " + error);
+    Fail("cannot unload the plug-in: " + error);
   }
   const std::vector<std::string> defects = browser.Defects();
   for (const std::string& defect : defects) {
-    Complain("plug-in defect: " + defect);
+    Fail("plug-in defect: " + defect);
   }
   return status == kDone && !defects.empty() ? kPluginDefect : status;
 }
@@ -206,7 +205,7 @@ int Main(int argc, char** argv) {
     _exit(kFailed);
   });
   const CommandLine line = ReadCommandLine(argc, argv);
-  signal(SIGPIPE, SIG_IGN);  // a reader that leaves is seen where the output is written
+  signal(SIGPIPE, SIG_IGN);  // write() reports it
   SetUpPlatform(line);
   if (line.check) {
     return Check(line);
@@ -215,7 +214,7 @@ int Main(int argc, char** argv) {
   if (line.script != "-") {
     script = open(line.script.c_str(), O_RDONLY | O_CLOEXEC);
     if (script < 0) {
-      Complain(line.script + ": " + std::strerror(errno));
+      Fail(line.script + ": " + std::strerror(errno));
       return kWrongUsage;
     }
   }
@@ -234,7 +233,7 @@ int Main(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     return lumivex::host::Main(argc, argv);
-  } catch (const std::exception& error) {  // no thread or no memory to be had
-    return lumivex::host::Complain(error.what());
+  } catch (const std::exception& error) {  // out of threads or memory
+    return lumivex::host::Fail(error.what());
   }
 }

@@ -63,7 +63,6 @@ void OptionParser::AddPluginOptions(PluginOptions* options) {
       "--sound", [](std::int64_t /*count*/) { setenv("LUMIVEX_AUDIO_SINK", "autoaudiosink", 0); },
       "play sound through the desktop's default output\n(default: silent)");
   callback([options] {
-    // The staged tree lies beside this program in the build tree.
     std::error_code error;
     const fs::path own = fs::read_symlink("/proc/self/exe", error).parent_path();
     const fs::path staged = own.parent_path() / "sysroot";
@@ -72,7 +71,7 @@ void OptionParser::AddPluginOptions(PluginOptions* options) {
     } else if (!options->sysroot.empty()) {
       options->sysroot = fs::absolute(options->sysroot);
     }
-    // A name alone would be searched for among the system's libraries.
+    // dlopen would search the system's folders for a bare file name.
     options->plugin =
         fs::absolute(options->plugin.empty() ? options->sysroot + "/usr/lib/liblumivex-pplugin.so"
                                              : options->plugin);

@@ -15,11 +15,11 @@ struct CommandLine : PluginOptions {
   std::optional<int32_t> window_id = 1;
   std::string log_file;
   bool json = false;
-  bool check = false;  // look at the layers below; script is a clip, or "-"
+  bool check = false;  // script is then a clip, or "-"
   int timeout = 60;    // seconds
 };
 
-// Ends the program when there is nothing to play.
+// Ends the program after --help, --version or wrong usage.
 CommandLine ReadCommandLine(int argc, char** argv);
 
 }  // namespace lumivex::host

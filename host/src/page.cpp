@@ -46,7 +46,7 @@ Page::Answer Page::SendBlocking(const Json& message, std::chrono::milliseconds t
   if (!var) {
     return {Outcome::kNotPassable, nullptr};
   }
-  // Shared with the handler's thread, which may answer after this sender has left.
+  // Shared with the handler's thread, which may reply after this sender timed out.
   const auto value = std::make_shared<Json>();
   const Outcome outcome = Await(vars, state_.get(), OwnedVar(vars, *var), timeout,
                                 [vars, value](const PP_Var& response) {

@@ -4,7 +4,7 @@ namespace lumivex::host {
 
 namespace {
 
-// One message on its way to the handler. When it is dropped with its loop, its sender hears so.
+// A message in the handler's queue. If it is dropped with the queue, the sender is notified.
 class Delivery {
  public:
   Delivery(VarTable* vars,
@@ -102,7 +102,7 @@ bool PageState::IsOpen() const {
 
 bool PageState::SetClosed() {
   {
-    // Who sees the page closed also sees its events complete and its senders answered.
+    // Once the page appears closed, all its events are there and no sender waits.
     const std::scoped_lock lock(events_mutex_, mutex_);
     if (!open_) {
       return false;
@@ -150,7 +150,7 @@ Page::Outcome PageState::SendMark(std::shared_ptr<Call> call) {
 Page::Outcome PageState::Enqueue(
     const std::shared_ptr<Call>& call,
     const std::function<Loop::Task(const std::shared_ptr<Registration>&)>& make_task) {
-  // Dies after the lock: a message that is not sent releases its vars, and may wake its sender.
+  // Destroyed after the lock: an unsent message releases its vars and may wake its sender.
   Loop::Task task;
   const std::lock_guard<std::mutex> lock(mutex_);
   if (!open_) {

@@ -31,7 +31,7 @@ struct Registration {
   std::atomic<bool> usable{true};
 };
 
-// A blocking message that a sender waits for. The first outcome given counts.
+// A blocking message that a sender waits for. The first outcome counts.
 class Call {
  public:
   // Converts the response on the handler's thread, before the plug-in can change it.
@@ -50,7 +50,7 @@ class Call {
   std::optional<Page::Outcome> outcome_;  // guarded by mutex_
 };
 
-// What the browser knows of one plug-in element. Outlives the page, for the plug-in may post to an
+// The browser's state of one plug-in element. Outlives the page, because the plug-in may post to an
 // element that is gone. Any thread may use it.
 class PageState {
  public:

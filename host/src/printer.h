@@ -9,8 +9,8 @@
 
 namespace lumivex::host {
 
-// Writes what the page sees, each line at once: JSON lines for programs, or for people with the
-// lines of the script, the time a reply took and the time of an event since the start. One thread.
+// Writes what the page sees, line by line: JSON lines, or for people, who also see the script's
+// lines and how long each reply took. One thread.
 class Printer {
  public:
   enum class Style { kJson, kPlain, kColour };
@@ -25,11 +25,12 @@ class Printer {
   };
 
   Printer(int descriptor, Style style) : descriptor_(descriptor), style_(style) {}
-  // JSON lines unless descriptor is a terminal; colour unless NO_COLOR or a dumb terminal says no.
+  // JSON lines unless descriptor is a terminal; no colour if NO_COLOR is set or the terminal is
+  // dumb.
   static Style StyleFor(int descriptor);
 
-  // All answer false when the output cannot be written any more; errno says why.
-  bool Note(const std::string& line);  // of the script; this and Sent say nothing in JSON lines
+  // All return false if the output cannot be written; errno has the reason.
+  bool Note(const std::string& line);  // this and Sent print nothing in JSON lines
   bool Sent(const Json& message);
   bool Reply(const Exchange& exchange);
   bool Event(const Json& event, Duration since_start);
@@ -42,7 +43,7 @@ class Printer {
   const Style style_;
 };
 
-// One printable line of JSON; what is not UTF-8 is replaced.
+// One printable line of JSON. Invalid UTF-8 is replaced.
 std::string ToLine(const Json& json);
 
 }  // namespace lumivex::host

@@ -22,9 +22,9 @@ namespace lumivex::host {
 namespace {
 
 class Prompt;
-Prompt* the_prompt = nullptr;  // the editor's callbacks come without one
+Prompt* the_prompt = nullptr;  // for readline's callbacks, which have no argument for it
 
-// The terminal is the editor's only while the prompt is shown.
+// Readline owns the terminal only while the prompt is shown.
 class Prompt final : public Input {
  public:
   Prompt() : Input(STDIN_FILENO) {
@@ -66,7 +66,7 @@ class Prompt final : public Input {
     shown_ = false;
   }
 
-  // Null at the end of the input.
+  // line is null at the end of the input.
   void Take(char* line) {
     Close();
     unfinished_.clear();
@@ -84,7 +84,7 @@ class Prompt final : public Input {
     Append(text.data(), text.size());
   }
 
-  // The command on the line before the word, or null.
+  // The command before this position of the line, or null.
   static const Command* CommandBefore(int start) {
     const std::string_view line(rl_line_buffer, static_cast<std::size_t>(start));
     for (std::size_t from = 0; from < line.size();) {
@@ -135,7 +135,7 @@ class Prompt final : public Input {
   static constexpr std::string_view kWordBreaks = " \t{}\",:=";
 
   bool shown_ = false;
-  std::string unfinished_;  // typed before an event came in between
+  std::string unfinished_;  // typed before an event interrupted
   std::vector<std::string_view> candidates_;
 };
 

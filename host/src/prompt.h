@@ -7,8 +7,8 @@
 
 namespace lumivex::host {
 
-// Standard input with a prompt, history and completion. Null when standard input or output is no
-// terminal, or where there is no line editor. There can be one at a time.
+// Standard input with a prompt, history and completion. Null if standard input or output is not a
+// terminal, or if this build has no readline. One at a time.
 std::unique_ptr<Input> MakePrompt();
 
 }  // namespace lumivex::host

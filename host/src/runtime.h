@@ -21,19 +21,19 @@
 
 namespace lumivex::host {
 
-// What the C tables work on. The tables, the browser and its pages share it.
+// The state that the C tables, the browser and its pages share.
 class Runtime {
  public:
   explicit Runtime(Browser::Options options);
 
-  // The one that the tables serve now; null between two browsers.
+  // The one that the tables use; null if there is no browser.
   static Runtime* Current() { return current_.load(std::memory_order_acquire); }
-  void Serve();  // aborts when another one is served
+  void Serve();  // aborts if another one is current
   void StopServing();
 
-  // For functions of the page's side: aborts on another thread than the main thread.
+  // For the page's side: aborts on any thread but the main thread.
   void RequireMainThread(const char* function) const;
-  // For functions of the plug-in's side: records a defect there.
+  // For the plug-in's side: records a defect instead.
   void ExpectMainThread(const char* function);
 
   std::shared_ptr<PageState> AddPage(Browser::EventCallback on_event);
@@ -65,7 +65,7 @@ class Runtime {
 
   mutable std::mutex mutex_;
   // Guarded by mutex_.
-  std::vector<std::shared_ptr<PageState>> pages_;  // instance - 1 is the place
+  std::vector<std::shared_ptr<PageState>> pages_;  // by instance - 1
   std::set<std::string> withheld_;
   std::map<std::string, int> interface_requests_;
   std::optional<int32_t> register_result_;

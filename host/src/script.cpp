@@ -18,7 +18,7 @@ constexpr std::chrono::milliseconds kDefaultTimeout{10000};
 constexpr std::string_view kBlanks = " \t\r";
 constexpr double kLongestWait = 24.0 * 60 * 60 * 1000;
 
-// Where the members of a JSON object begin in its text.
+// Where a member of a JSON object starts in the text.
 struct Member {
   std::string key;
   std::size_t key_at;
@@ -33,8 +33,8 @@ std::size_t ColumnOf(std::string_view line, std::size_t offset) {
          }));
 }
 
-// Calls visit(offset, depth) for what is outside strings, and for the opening quote of each string,
-// until it answers false. Depth counts the brackets open before.
+// Calls visit(offset, depth) for each character outside strings and each opening quote, until it
+// returns false. Depth is the number of open brackets.
 template <class Visit>
 void ScanTokens(std::string_view text, Visit visit) {
   std::size_t depth = 0;
@@ -96,7 +96,7 @@ std::vector<Member> MembersOf(std::string_view text) {
   return members;
 }
 
-// What the parser says, without its preamble that names itself and a position.
+// The parser's message, without its name and position.
 std::string ReasonOf(const std::string& what) {
   const std::size_t position = what.find(", column ");
   const std::size_t after = position == std::string::npos ? 0 : what.find(": ", position) + 2;
@@ -109,14 +109,14 @@ std::string ReasonOf(const std::string& what) {
 
 class LineReader {
  public:
-  // Not of a blank line.
+  // line must not be blank.
   explicit LineReader(std::string_view line) : line_(line) {}
 
   ScriptLine Read() const {
     if (const std::optional<std::size_t> deep = FindTooDeep(line_)) {
       return Error(*deep, "nested deeper than " + std::to_string(kMaxDepth) + " levels");
     }
-    // The parser takes it for the end and would ignore what follows.
+    // The parser would take it for the end.
     if (const std::size_t nul = line_.find('\0'); nul != std::string_view::npos) {
       return Error(nul, "invalid JSON: a NUL byte");
     }
@@ -152,7 +152,7 @@ class LineReader {
     return {ColumnOf(line_, offset), std::move(reason)};
   }
 
-  // COMMAND NAME=VALUE...; a value that is no JSON is a text.
+  // COMMAND NAME=VALUE...; a value that is not JSON is text.
   ScriptLine ReadShortForm(std::size_t at) const {
     std::size_t end = std::min(line_.find_first_of(kBlanks, at), line_.size());
     const std::string name(line_.substr(at, end - at));
@@ -186,7 +186,7 @@ class LineReader {
     }
   }
 
-  // Of a word in which blanks stand between quotation marks only.
+  // Blanks do not end the argument inside quotation marks.
   std::size_t EndOfArgument(std::size_t start) const {
     bool quoted = false;
     for (std::size_t i = start; i < line_.size(); ++i) {
@@ -255,7 +255,7 @@ class LineReader {
         value.contains("$expect") ? std::optional(value.at("$expect")) : std::nullopt};
   }
 
-  // The last one counts when a key is there twice.
+  // If a key is repeated, the last one counts.
   static Member Find(const std::vector<Member>& members, const std::string& key) {
     const auto found = std::find_if(members.rbegin(), members.rend(),
                                     [&key](const Member& m) { return m.key == key; });
@@ -275,7 +275,7 @@ class LineReader {
 }  // namespace
 
 ScriptLine ReadScriptLine(std::string_view line) {
-  // A mark that some editors put in front of a file.
+  // A byte order mark.
   const std::string_view mark = "\xef\xbb\xbf";
   if (line.substr(0, mark.size()) == mark) {
     line.remove_prefix(mark.size());

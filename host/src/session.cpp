@@ -70,7 +70,7 @@ int Session::RunScript() {
       const int result = Execute(*line);
       if (result != kDone) {
         status = result;
-        // A slip of the hand should not cost a person at the keyboard the session.
+        // A typing error does not end a session at the keyboard.
         if (result == kFailed || isatty(input_->descriptor()) == 0) {
           return status;
         }
@@ -99,7 +99,7 @@ void Session::CheckOutput(bool written) {
   if (written || output_status_ != kDone) {
     return;
   }
-  if (errno == EPIPE) {  // whoever read the output has seen enough
+  if (errno == EPIPE) {
     output_status_ = 128 + SIGPIPE;
   } else {
     std::fprintf(stderr, "lumivex-host: cannot write output: %s\n", std::strerror(errno));
@@ -223,8 +223,8 @@ int Session::Execute(const WaitForAction& action) {
       return kDone;
     }
     if (Clock::now() >= end) {
-      return Fail(kWaitRanOut, "no event matched " + ToLine(action.event) + " within " +
-                                   std::to_string(action.timeout.count()) + " ms");
+      return Fail(kTimedOut, "no event matched " + ToLine(action.event) + " within " +
+                                 std::to_string(action.timeout.count()) + " ms");
     }
     Sleep(false, end);
   }

@@ -16,22 +16,22 @@
 
 namespace lumivex::host {
 
-// How long the plug-in may take to end once the script has ended.
+// Time for the plug-in to shut down after the script.
 inline constexpr std::chrono::seconds kGrace{5};
 
-// Exit statuses of lumivex-host. A signal that ends it gives 128 and its number, as in a shell.
+// Exit statuses of lumivex-host. A signal n gives 128 + n, as in a shell.
 inline constexpr int kDone = 0;
-inline constexpr int kFailed = 1;  // no plug-in, a message without an answer
+inline constexpr int kFailed = 1;  // no plug-in, or a message without a reply
 inline constexpr int kBadScript = 2;
-inline constexpr int kWaitRanOut = 3;
+inline constexpr int kTimedOut = 3;
 inline constexpr int kPluginDefect = 4;
 inline constexpr int kUnexpected = 5;
 
-// Plays a script as the one thread of a page would: while a blocking message is out no event is
-// seen; the events posted meanwhile come right behind its reply, before the next line.
+// Plays a script as the thread of a page would: no event is dispatched during a blocking message;
+// those posted meanwhile follow right after its reply, before the next line.
 class Session {
  public:
-  // input_name is what errors call the script; timeout is how long a message may take.
+  // input_name is the script's name in errors; timeout is for one message.
   Session(Input* input,
           std::string input_name,
           Printer* printer,
@@ -40,15 +40,15 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  // Any thread; in the order of posting.
+  // Any thread.
   void AddEvent(Json event);
-  // Any thread: ends the script, with this as the exit status.
+  // Any thread. Ends the script with this exit status.
   void Interrupt(int status);
 
-  // Plays the script to its end and answers the exit status. Errors go to standard error. Before
-  // the end it waits until what was posted has been handled, unless a message timed out before.
+  // Plays the script and returns the exit status. Errors go to standard error. At the end it waits
+  // until all posted messages have been handled, unless a message has timed out.
   int Run(Page* page);
-  // Prints the events that have come; for those that come between the script's end and the page's.
+  // Prints the events so far; call it again once the page is closed.
   void PrintEvents();
 
  private:
@@ -70,7 +70,7 @@ class Session {
 
   std::optional<Json> TakeMatch(const Json& wanted);
   int Compare(const Json& expected, const Json& seen) const;
-  // Sleeps until an event comes, the script is interrupted or, if asked for, there is input.
+  // Until an event arrives, the script is interrupted or, if for_input, there is input.
   void Sleep(bool for_input, Clock::time_point until);
   int Stopped() const;  // a status other than kDone ends the script
   void CheckOutput(bool written);
@@ -90,10 +90,10 @@ class Session {
   std::mutex mutex_;
   std::deque<Arrival> arrived_;  // guarded by mutex_
 
-  // Of the script's thread.
+  // Used by the script's thread only.
   Page* page_ = nullptr;
   std::size_t line_number_ = 0;
-  std::deque<Json> unmatched_;  // the newest since the one that satisfied the last $waitFor
+  std::deque<Json> unmatched_;  // since the one that satisfied the last $waitFor
   std::optional<Json> last_reply_;
   bool timed_out_ = false;
   int output_status_ = kDone;

@@ -1,5 +1,5 @@
-// The tables that a plug-in gets from the browser. Every function checks what it is given: a
-// plug-in's mistake is recorded and answered, never a crash.
+// The tables that a plug-in gets from the browser. A plug-in's mistake is recorded and answered,
+// and never crashes.
 
 #include <chrono>
 #include <memory>
@@ -20,8 +20,7 @@ namespace lumivex::host {
 
 namespace {
 
-// A thread that outlives the browser finds another, in which nothing lives. That one is never
-// deleted.
+// A thread that outlives the browser gets an empty runtime, which is never deleted.
 Runtime& Host() {
   static Runtime& none = *new Runtime({});
   Runtime* const current = Runtime::Current();
@@ -200,7 +199,7 @@ constexpr PPB_MessageLoop kMessageLoop = {
 
 // ---- PPB_Messaging
 
-// Where the plug-in said which page; records a defect when there never was such a page.
+// The page of an instance that the plug-in named. Null, with a defect, if there never was one.
 PageState* PageOf(const char* function, PP_Instance instance) {
   PageState* const page = Host().FindPage(instance);
   if (page == nullptr) {

@@ -1,4 +1,4 @@
-// What a page sends and sees of a var.
+// Vars as a page sends and sees them.
 
 #include <algorithm>
 #include <cmath>
@@ -98,7 +98,7 @@ bool VarTable::ToJson(PP_Var var, Path* path, Json* json) {
     case PP_VARTYPE_ARRAY:
     case PP_VARTYPE_DICTIONARY:
       break;
-    default: {  // a string, or what does not pass for one
+    default: {  // a string, or a type that cannot be passed
       std::optional<std::string> text = TextOf(var);
       if (text) {
         *json = std::move(*text);

@@ -73,7 +73,7 @@ Value* VarTable::Use(const char* operation, PP_Var var) {
   return &std::get<Value>(slot->value);
 }
 
-// Adds a reference; nothing is to be done for a value that is not counted.
+// Adds a reference, if the value is counted.
 bool VarTable::Take(const char* operation, PP_Var var) {
   if (!IsCounted(var)) {
     return true;
@@ -89,7 +89,7 @@ bool VarTable::Take(const char* operation, PP_Var var) {
 
 // Removes a reference.
 void VarTable::Drop(PP_Var var) {
-  // What dead containers held waits here. Recursion would go as deep as they are nested.
+  // The contents of freed containers; recursion could go too deep.
   Items pending;
   for (;;) {
     Slot* const slot = IsCounted(var) ? Find(var) : nullptr;
@@ -311,7 +311,7 @@ bool VarTable::ArraySetLength(PP_Var array, uint32_t length) {
   return true;
 }
 
-// What a container holds now, which is about to be passed on.
+// The contents of a container that is about to be passed.
 std::optional<VarTable::Children> VarTable::ChildrenOf(PP_Var container, const Path& path) {
   Children children;
   const auto add = [this, &children](PP_Var child) {
@@ -355,7 +355,7 @@ std::optional<PP_Var> VarTable::DeepCopy(PP_Var var) {
   return Copy(&copy, &path) ? std::optional(copy.Detach()) : std::nullopt;
 }
 
-// Puts a copy in the place of a container. Other vars never change, so the same ones serve.
+// Replaces a container by a copy. Other vars are immutable and can be shared.
 bool VarTable::Copy(OwnedVar* var, Path* path) {
   const PP_Var original = var->get();
   if (original.type != PP_VARTYPE_DICTIONARY && original.type != PP_VARTYPE_ARRAY) {

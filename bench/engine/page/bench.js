@@ -1,7 +1,7 @@
-// Measures what one call costs, by several ways to call, in turns on one page.
+// Measures several kinds of calls in turns on one page.
 //
-// The address says how: calls (by each way), batch (calls in a row), warmup (calls by each way before
-// the first that counts), seed (of the order). The program's object "bench" takes the result.
+// Settings in the URL: calls (in each way), batch (calls in a row), warmup (calls in each way before
+// measuring), seed (of the order). The program's object "bench" gets the result.
 "use strict";
 
 const params = new URLSearchParams(location.search);
@@ -9,7 +9,7 @@ const setting = (name) => Number(params.get(name));
 
 const REQUEST = {moduleName: "lumivexplayer", command: "GetPlayerVersion"};
 const VERSION = "1.50";
-// The first calls of a batch find the other side asleep, and the caches full of something else.
+// The first calls of a batch wake the other side and fill the caches.
 const UNCOUNTED = 2;
 
 const pause = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
@@ -35,7 +35,7 @@ function ask(address) {
   return request.responseText;
 }
 
-// The ways to call, and what the answer has to be.
+// The kinds of calls, and the expected replies.
 async function ways(bench) {
   const plugin = await element("application/x-lumivex");
   const echo = await element("application/x-lumivex-echo");
@@ -113,7 +113,7 @@ async function run(bench) {
   const size = setting("batch");
   const result = {};
   for (const way of all) {
-    await batch(way, UNCOUNTED + 1);  // a way that does not work is told at once
+    await batch(way, UNCOUNTED + 1);  // fails early if it does not work
     result[way.name] = [];
   }
   const warmUpTurns = Math.ceil(setting("warmup") / size);
@@ -125,7 +125,7 @@ async function run(bench) {
       if (turn >= 0) {
         result[way.name].push(times);
       }
-      await pause(0);  // the engine's own work does not belong into a batch
+      await pause(0);  // the engine's own work, outside the batches
     }
   }
   return {clock_step_us: clockStep(), user_agent: navigator.userAgent, ways: result};

@@ -36,7 +36,7 @@ BenchPage::~BenchPage() {
 }
 
 void BenchPage::Open(const QUrl& address) {
-  profile_ = std::make_unique<QWebEngineProfile>();  // without a name: nothing on the disk
+  profile_ = std::make_unique<QWebEngineProfile>();  // without a name it writes nothing to disk
   channel_ = std::make_unique<QWebChannel>();
   channel_->registerObject("bench", &bench_);
   view_ = std::make_unique<QWebEngineView>();

@@ -11,7 +11,7 @@
 
 namespace lumivex::bench {
 
-// What the page sees as "bench": one way to call, and where the result goes.
+// The page's object "bench": one of the calls to measure, and where the result goes.
 class Bench : public QObject {
   Q_OBJECT
 
@@ -27,8 +27,8 @@ class Bench : public QObject {
 // The page in its window. Main thread.
 class BenchPage {
  public:
-  // Exists before the engine does. Both functions may be called after Open; on_failure again and
-  // again.
+  // Construct it before the engine. After Open, either function may be called; on_failure
+  // repeatedly.
   BenchPage(std::function<void(const QString& result)> on_finish,
             std::function<void(const QString& reason)> on_failure);
   ~BenchPage();
@@ -41,7 +41,7 @@ class BenchPage {
 
  private:
   Bench bench_;
-  // In this order: the page has to go before the others.
+  // In this order: the page must be destroyed before the others.
   std::unique_ptr<QWebEngineProfile> profile_;
   std::unique_ptr<QWebChannel> channel_;
   std::unique_ptr<QWebEngineView> view_;

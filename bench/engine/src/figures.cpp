@@ -8,7 +8,7 @@
 namespace lumivex::bench {
 namespace {
 
-// The smallest value that this share of all values does not exceed; 0 for no values.
+// 0 for no values.
 double Quantile(std::vector<double> values, double share) {
   if (values.empty()) {
     return 0;
@@ -50,7 +50,7 @@ Ratio RatioOf(const Batches& one, const Batches& other) {
   for (std::size_t i = 0; i < std::min(one.size(), other.size()); ++i) {
     ratios.push_back(MiddleMean(one[i]) / MiddleMean(other[i]));
   }
-  // How many of the turns lie below the true median is binomial, here by its normal approximation.
+  // The number of turns below the true median is binomial; this is the normal approximation.
   const double reach = 0.98 / std::sqrt(static_cast<double>(ratios.size()));
   return {Quantile(ratios, 0.5), Quantile(ratios, std::max(0.5 - reach, 0.0)),
           Quantile(ratios, std::min(0.5 + reach, 1.0))};

@@ -30,7 +30,7 @@ void LoopbackServer::Accept() {
   }
 }
 
-// The engine sends the next request of a connection when it has the answer to the last one.
+// The engine sends the next request of a connection only after the last reply.
 void LoopbackServer::Answer(QTcpSocket* socket) const {
   const QByteArray request = socket->peek(socket->bytesAvailable());
   if (!request.contains("\r\n\r\n")) {

@@ -16,17 +16,17 @@ struct Document {
   QByteArray body;
 };
 
-// Answers GET requests on the loopback interface from memory, on a thread of its own and with
-// connections that stay open: about the least that an HTTP service can do.
+// Answers GET requests on the loopback interface from memory, on its own thread and with persistent
+// connections: about the minimum of an HTTP service.
 class LoopbackServer {
  public:
-  // By path, "/" first.
+  // By path.
   explicit LoopbackServer(std::map<std::string, Document> documents);
   ~LoopbackServer();
   LoopbackServer(const LoopbackServer&) = delete;
   LoopbackServer& operator=(const LoopbackServer&) = delete;
 
-  int port() const { return port_; }  // 0: it could not be opened
+  int port() const { return port_; }  // 0 on failure
 
  private:
   void Accept();

@@ -1,4 +1,4 @@
-// lumivex-bench-engine: what a call from a page costs in a real browser engine, by several ways.
+// lumivex-bench-engine: the cost of several kinds of calls from a page in a real browser engine.
 
 #include <unistd.h>
 
@@ -28,14 +28,14 @@
 namespace lumivex::bench {
 namespace {
 
-constexpr unsigned int kEndTimeS = 30;  // for the engine to end after the time is up
+constexpr unsigned int kShutdownTimeS = 30;  // for the engine, after the timeout
 
 int Fail(const QString& reason) {
   std::fprintf(stderr, "lumivex-bench-engine: %s\n", qPrintable(reason));
   return EXIT_FAILURE;
 }
 
-// The last resort, when not even the event loop turns any more.
+// The last resort, if the event loop hangs.
 void OnAlarm(int /*signal*/) {
   constexpr char kText[] = "lumivex-bench-engine: the engine hangs\n";
   (void)!write(STDERR_FILENO, kText, sizeof kText - 1);
@@ -85,7 +85,7 @@ int Run(const Options& options, const desktop::SessionFolder& folder) {
         QCoreApplication::quit();
       },
       on_failure);
-  watch.on_failure = [&](const std::string& /*sentence*/) {  // which it has said itself
+  watch.on_failure = [&](const std::string& /*sentence*/) {  // the watch has printed it
     on_failure("no result: the plug-in failed");
   };
   QTimer::singleShot(std::chrono::seconds(options.timeout_s), qApp, [&] {
@@ -124,7 +124,7 @@ int Main(int argc, char** argv) {
     }
   }
   std::signal(SIGALRM, OnAlarm);
-  alarm(static_cast<unsigned int>(options.timeout_s) + kEndTimeS);
+  alarm(static_cast<unsigned int>(options.timeout_s) + kShutdownTimeS);
   const desktop::SessionFolder folder;
   desktop::EngineArguments arguments(
       argv[0],

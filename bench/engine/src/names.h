@@ -1,7 +1,7 @@
 #ifndef BENCH_ENGINE_SRC_NAMES_H_
 #define BENCH_ENGINE_SRC_NAMES_H_
 
-// What the program and the pair of plug-ins agree on, beside desktop/src/channel.h.
+// Shared by the program and the pair of plug-ins, in addition to desktop/src/channel.h.
 namespace lumivex::bench {
 
 constexpr char kEchoVariable[] = "LUMIVEX_BENCH_ECHO_PLUGIN";  // the echo plug-in's library

@@ -40,7 +40,7 @@ Options ReadOptions(int argc, char** argv) {
                   "write the platform's log, as the browser window does");
   parser.add_option("--out", options.out, "write the figures as JSON")
       ->option_text("FILE")
-      ->check([](const std::string& file) {  // rather now than after minutes
+      ->check([](const std::string& file) {  // before the benchmarks run
         return std::ofstream(file) ? std::string() : "cannot write " + file;
       });
   parser.Read(argc, argv);

@@ -6,17 +6,17 @@
 namespace lumivex::bench {
 
 struct Options {
-  int calls = 5000;  // by each way to call, in batches of `batch`
+  int calls = 5000;  // in each way, in batches of `batch`
   int batch = 20;
   int warmup = 500;
   int seed = 1;  // of the order in which the ways take turns
   int timeout_s = 300;
-  bool with_log = false;  // the platform's log is written, as in the browser window
+  bool with_log = false;  // write the platform's log, as the browser window does
   std::string out;        // a file for the figures; empty: none
   std::string plugin = LUMIVEX_BENCH_PLUGIN;
 };
 
-// Ends the program when there is nothing to measure.
+// Ends the program after --help, --version or wrong usage.
 Options ReadOptions(int argc, char** argv);
 
 }  // namespace lumivex::bench

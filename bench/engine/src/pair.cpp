@@ -1,7 +1,6 @@
-// One plug-in for the engine, and behind it two, so that both are called in the same process: what
-// a process gets of the machine differs more than the two do. An element is the echo plug-in's when
-// its type says so, and else the plug-in's. Messages do not pass through here: each plug-in
-// registers its own handler with the engine.
+// One plug-in for the engine that loads two, so that both run in the same process: the speed of two
+// processes differs more than the two plug-ins do. An element's type selects the plug-in. Messages
+// do not pass through here: each plug-in registers its own handler with the engine.
 
 #include <cstring>
 #include <map>
@@ -20,8 +19,8 @@ namespace {
 
 using lumivex::desktop::PluginLibrary;
 
-// All on the plug-in's main thread, but for the two tables, which are set before the plug-ins are
-// initialised and then only read.
+// All on the plug-in's main thread, except the two tables, which are set before the plug-ins are
+// initialised and then read-only.
 PluginLibrary plugin;
 PluginLibrary echo;
 std::map<PP_Instance, const PPP_Instance*> instances;
@@ -72,7 +71,7 @@ PP_Bool HandleDocumentLoad(PP_Instance instance, PP_Resource loader) {
 constexpr PPP_Instance kInstances = {DidCreate, DidDestroy, DidChangeView, DidChangeFocus,
                                      HandleDocumentLoad};
 
-// What stands in the way; empty when the plug-in has started.
+// Returns the problem, or "".
 std::string Start(PluginLibrary* library, const char* variable, PP_Module module) {
   std::string problem = library->Load(variable);
   if (problem.empty() && library->initialize(module, GetBrowserInterface) != PP_OK) {

@@ -14,7 +14,7 @@
 namespace lumivex::bench {
 namespace {
 
-// The ways to call by the names that the page gives them.
+// The kinds of calls; name is the page's.
 struct Way {
   const char* name;
   const char* words;
@@ -53,13 +53,13 @@ QJsonObject SettingsOf(const Options& options, const QJsonObject& result) {
           {"clock_step_us", result["clock_step_us"]}};
 }
 
-constexpr double kMostTimesTheEcho = 1.05;
+constexpr double kMaxRatioToEcho = 1.05;
 
 QString Verdict(const Ratio& ratio) {
-  return ratio.high <= kMostTimesTheEcho   ? "reached"
-         : ratio.low > kMostTimesTheEcho   ? "NOT REACHED"
-         : ratio.value > kMostTimesTheEcho ? "not reached, within the uncertainty"
-                                           : "reached, within the uncertainty";
+  return ratio.high <= kMaxRatioToEcho   ? "reached"
+         : ratio.low > kMaxRatioToEcho   ? "NOT REACHED"
+         : ratio.value > kMaxRatioToEcho ? "not reached, within the uncertainty"
+                                         : "reached, within the uncertainty";
 }
 
 }  // namespace
@@ -104,7 +104,7 @@ QString Report(const QString& result_text, const Options& options) {
                                     {"times_echo_low", ratio.low},
                                     {"times_echo_high", ratio.high}};
   }
-  std::printf("\nAim: the plug-in at most %.2f times the echo: %s\n", kMostTimesTheEcho,
+  std::printf("\nAim: the plug-in at most %.2f times the echo: %s\n", kMaxRatioToEcho,
               qPrintable(verdict));
   if (options.out.empty()) {
     return "";
@@ -112,7 +112,7 @@ QString Report(const QString& result_text, const Options& options) {
   const QJsonObject all = {
       {"settings", SettingsOf(options, result)},
       {"ways", figures},
-      {"aim", QJsonObject{{"times_echo", kMostTimesTheEcho}, {"verdict", verdict}}}};
+      {"aim", QJsonObject{{"times_echo", kMaxRatioToEcho}, {"verdict", verdict}}}};
   QFile file(QString::fromStdString(options.out));
   const QByteArray text = QJsonDocument(all).toJson();
   return file.open(QFile::WriteOnly) && file.write(text) == text.size() && file.flush()

@@ -7,8 +7,7 @@
 
 namespace lumivex::bench {
 
-// Prints the figures of the page's result to standard output and writes them to the file that the
-// options name. What went wrong; empty when nothing did.
+// Prints the figures and writes them to the options' file, if any. Returns the problem, or "".
 QString Report(const QString& result, const Options& options);
 
 }  // namespace lumivex::bench

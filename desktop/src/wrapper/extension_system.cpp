@@ -23,7 +23,7 @@ struct Answers {
   std::optional<int32_t> window_id;
 };
 
-// Filled before the plug-in is told of the table, then only read.
+// Filled before the plug-in gets the table, then read-only.
 Answers& TheAnswers() {
   static Answers& answers = *new Answers;
   return answers;
@@ -43,7 +43,7 @@ PP_Var IntVar(int32_t value) {
   return var;
 }
 
-// Empty for what is no string; valid as long as the var.
+// Empty if var is not a string; valid as long as the var.
 std::string_view TextOf(const PP_Var& var) {
   uint32_t length = 0;
   const char* text =
@@ -77,7 +77,7 @@ int32_t GenericSyncCall(PP_Instance /*instance*/, PP_Var operation, PP_Var data,
   } else if (name == "get_window_id" && TheAnswers().window_id) {
     *result = IntVar(*TheAnswers().window_id);
   } else if (name == "set_ime_recommended_words" || name == "set_ime_recommended_words_type") {
-    *result = BoolVar(true);  // there is no on-screen keyboard to hint at
+    *result = BoolVar(true);  // no on-screen keyboard
   } else {
     return PP_ERROR_FAILED;
   }

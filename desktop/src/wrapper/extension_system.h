@@ -6,8 +6,8 @@
 
 namespace lumivex::desktop {
 
-// The television's private table, which a plain engine does not offer. Its answers are what the
-// environment says at the time of this call; get_browser_interface must know PPB_Var.
+// The television's private table, which a desktop engine lacks. Its answers come from the
+// environment at the time of this call. Null if the engine lacks PPB_Var.
 const PPB_ExtensionSystem_Quorvel_0_1* MakeExtensionSystem(PPB_GetInterface get_browser_interface);
 
 }  // namespace lumivex::desktop

@@ -7,15 +7,14 @@
 
 namespace lumivex::desktop {
 
-// A plug-in's library and its entry points; null before it was loaded. It is never unloaded. All on
-// the plug-in's main thread.
+// A plug-in's library and its entry points; null until loaded. It is never unloaded. All on the
+// plug-in's main thread.
 struct PluginLibrary {
   decltype(&PPP_InitializeModule) initialize = nullptr;
   decltype(&PPP_ShutdownModule) shutdown = nullptr;
   decltype(&PPP_GetInterface) get_interface = nullptr;
 
-  // Loads the library that the environment variable names. What stands in the way; empty when the
-  // plug-in is there.
+  // Loads the library that the environment variable names. Returns the problem, or "".
   std::string Load(const char* variable);
 };
 

@@ -34,7 +34,7 @@ struct Engine {
   const PPB_VarArray* arrays = nullptr;
   const PPB_VarDictionary* dictionaries = nullptr;
 };
-Engine engine;  // filled before the plug-in starts, then only read
+Engine engine;  // filled before the plug-in starts, then read-only
 
 Json ToJson(const PP_Var& var);
 
@@ -82,14 +82,14 @@ Json ToJson(const PP_Var& var) {
   }
 }
 
-// The script. Any thread may call; each call writes whole lines at once, so that it is a valid
-// script whenever it ends.
+// The recorded script. Any thread may call. Each call writes whole lines at once, so that the file
+// is always a valid script.
 class Script {
  public:
   explicit Script(const char* path)
       : path_(path), file_(open(path, O_WRONLY | O_APPEND | O_CLOEXEC)) {
     struct stat status {};
-    // A process that comes after another one finds lines of that one's page.
+    // A later process finds the lines of an earlier one.
     is_first_process_ = fstat(file_, &status) == 0 &&
                         static_cast<std::size_t>(status.st_size) < sizeof kRecordHeader;
   }
@@ -124,14 +124,14 @@ class Script {
     }
     if (instance == element_) {
       awaits_reply_ = false;
-      lines += std::exchange(behind_reply_, "");
+      lines += std::exchange(after_reply_, "");
       last_ = Clock::now();
     }
     Write(lines);
   }
 
-  // The script waits for events that the page may have waited for, but for those that follow the
-  // clock, as the script's pauses do.
+  // The script waits for the events that the page may have waited for, except those that only
+  // depend on time, for which it pauses.
   void AddEvent(PP_Instance instance, const Json& event) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (instance != element_ || !event.is_object()) {
@@ -142,9 +142,9 @@ class Script {
       return;
     }
     const std::string line =
-        Line(instance, {{"$waitFor", event}, {"timeout", SinceLast() + kPatienceMs}});
-    if (awaits_reply_) {  // the page sees it behind the reply
-      behind_reply_ += line;
+        Line(instance, {{"$waitFor", event}, {"timeout", SinceLast() + kMarginMs}});
+    if (awaits_reply_) {  // the page sees it after the reply
+      after_reply_ += line;
     } else {
       last_ = Clock::now();
       Write(line);
@@ -153,8 +153,9 @@ class Script {
 
  private:
   using Clock = std::chrono::steady_clock;
-  static constexpr std::int64_t kPatienceMs = 10000;
-  static constexpr std::int64_t kLongestMs = 86400000 - kPatienceMs;  // a script takes a day
+  static constexpr std::int64_t kMarginMs = 10000;
+  static constexpr std::int64_t kMaxWaitMs =
+      86400000 - kMarginMs;  // a script waits one day at most
 
   static bool IsDirective(const Json& message) {
     return message.is_object() &&
@@ -165,7 +166,7 @@ class Script {
   std::int64_t SinceLast() const {
     const auto time =
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - last_).count();
-    return std::min<std::int64_t>(time, kLongestMs);
+    return std::min<std::int64_t>(time, kMaxWaitMs);
   }
 
   std::string Wait(PP_Instance instance) {
@@ -194,16 +195,16 @@ class Script {
   bool is_first_process_ = false;
   std::mutex mutex_;
   // Guarded by mutex_.
-  PP_Instance element_ = 0;  // the one that the script is of
+  PP_Instance element_ = 0;  // the recorded one
   Clock::time_point last_ = Clock::now();
   bool awaits_reply_ = false;
-  std::string behind_reply_;
+  std::string after_reply_;
   bool failed_ = false;
 };
 
-Script* script = nullptr;  // as engine; lives as long as the process
+Script* script = nullptr;  // like engine; never deleted
 
-// The plug-in's handler, which the engine knows as ours.
+// The plug-in's handler, behind the one registered with the engine.
 struct Handler {
   const PPP_MessageHandler* table;
   void* data;

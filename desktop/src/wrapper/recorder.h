@@ -6,9 +6,9 @@
 
 namespace lumivex::desktop {
 
-// A table for the plug-in that passes all on to the engine's and writes what the page's first
-// element gets as a script for lumivex-host, with the replies as expectations; what other elements
-// get is written as remarks. Null when the window wants no recording.
+// A table that passes everything on to the engine's and records what the page's first element gets
+// as a script for lumivex-host, with the replies as expectations, and what other elements get as
+// comments. Null if the window wants no recording.
 const PPB_Messaging* MakeRecorder(PPB_GetInterface get_browser_interface);
 
 }  // namespace lumivex::desktop

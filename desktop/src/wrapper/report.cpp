@@ -14,12 +14,12 @@
 namespace lumivex::desktop {
 namespace {
 
-// Set once, before the first handler is in place; stays open as long as the process lives.
+// Set once, before the first handler; never closed.
 int channel = -1;
 
 void Send(const char* line, std::size_t length) {
   if (channel >= 0) {
-    // A window that is gone is no reason to end: no signal, no retry.
+    // Ignore a window that is gone.
     (void)!send(channel, line, length, MSG_NOSIGNAL);
   }
 }
@@ -28,7 +28,7 @@ void Send(const std::string& line) {
   Send(line.data(), line.size());
 }
 
-// May call only what is safe inside a signal handler.
+// Async-signal-safe.
 void OnSignal(int signal) {
   if (signal == SIGTERM || signal == SIGINT) {
     Send("stop\n", 5);
@@ -38,7 +38,7 @@ void OnSignal(int signal) {
     line[7] = static_cast<char>('0' + signal % 10);
     Send(line, sizeof line - 1);
   }
-  // The handler was taken away on entry, so this ends the process as the signal does.
+  // SA_RESETHAND has restored the default action, which ends the process.
   raise(signal);
 }
 

@@ -3,10 +3,10 @@
 
 #include <string>
 
-// The wrapper's end of the line to the window. All of it does nothing without a window.
+// The wrapper's end of the channel. Without a window, these do nothing.
 namespace lumivex::desktop {
 
-// Connects, tells that the process has started, and sees to it that a crash is told as well.
+// Connects, reports the start, and arranges for crashes to be reported.
 void OpenReport();
 void ReportProblem(const std::string& text);
 void ReportInstances(int number);

@@ -1,4 +1,4 @@
-// A plug-in that is nothing by itself: it loads the real one and hands it the engine's tables, and
+// The plug-in that the engine loads. It loads the real one and passes it the engine's tables, and
 // one more that only televisions have.
 
 #include <cstring>
@@ -17,7 +17,7 @@ namespace {
 
 lumivex::desktop::PluginLibrary plugin;  // the real one
 
-// Set before the plug-in is initialised, then only read: the plug-in may ask on any thread.
+// Set before the plug-in is initialised, then read-only: the plug-in may ask on any thread.
 PPB_GetInterface engine_interface = nullptr;
 const PPB_ExtensionSystem_Quorvel_0_1* extension_system = nullptr;
 const PPB_Messaging* recorder = nullptr;
@@ -32,7 +32,7 @@ const void* GetBrowserInterface(const char* name) {
   return engine_interface(name);
 }
 
-// The plug-in's own table, but for the count that the window is told.
+// The plug-in's own table, which CountedInstances wraps to report the number of elements.
 const PPP_Instance* plugin_instances = nullptr;
 int instances = 0;
 

@@ -2,7 +2,7 @@
 #define HOST_BROWSER_H_
 
 // The browser's side of the Pepper interface, without a window: loads a plug-in library by file,
-// embeds it in pages, carries messages both ways and keeps account of what the plug-in does wrong.
+// embeds it in pages, passes messages both ways and records what the plug-in does wrong.
 //
 //   Browser browser;                                  // this thread is now the main thread
 //   std::string error;
@@ -14,11 +14,10 @@
 //   browser.Unload(&error);
 //   EXPECT_THAT(browser.Defects(), IsEmpty());        // leaked vars are among them
 //
-// Threads. The thread that constructs the browser is the plug-in's main thread: everything that
-// loads, creates, closes and unloads belongs there, and aborts the process elsewhere. Sending
-// messages and taking events is for any thread, and needs no main loop: messages are handled on the
-// thread of the plug-in's own message loop. What the plug-in asks to be called on the main thread
-// runs inside RunMainLoop or RunPending.
+// Threads. The thread that constructs the browser is the plug-in's main thread. Load, create, close
+// and unload there; elsewhere these abort the process. Any thread may send messages and take
+// events. Messages are handled on the thread of the plug-in's own message loop and need no main
+// loop. Calls that the plug-in posts to the main thread run inside RunMainLoop or RunPending.
 
 #include <chrono>
 #include <cstdint>
@@ -47,11 +46,10 @@ class Page {
  public:
   enum class Outcome {
     kAnswered,
-    // No message handler is registered, no thread runs its loop, or that ended before the
-    // message's turn.
+    // No message handler is registered, no thread runs its loop, or the loop ended first.
     kNoHandler,
     kPageGone,     // the page was closed before the answer
-    kTimedOut,     // the message may be handled still; its answer will be dropped
+    kTimedOut,     // the message may still be handled; its answer will be dropped
     kNotPassable,  // the message or its answer is nested deeper than kMaxDepth, or not valid
   };
   struct Answer {
@@ -72,8 +70,8 @@ class Page {
   // Sends a message and waits for its answer. Messages, blocking or not, reach the handler one at a
   // time in the order of sending. Must not be called on the thread of the handler's loop.
   Answer SendBlocking(const Json& message, std::chrono::milliseconds timeout = kPatience);
-  // The same with types as they are, so that undefined, or 2.0 beside 2, can be sent and seen. The
-  // message is borrowed and copied.
+  // The same without JSON, for what JSON cannot express: undefined, or 2.0 as opposed to 2. The
+  // message is copied.
   VarAnswer SendBlockingVar(PP_Var message, std::chrono::milliseconds timeout = kPatience);
 
   // Sends a message that has no answer. Without a handler that gets messages it goes to
@@ -122,17 +120,17 @@ struct ModuleEntry {
 // A call of the private "GenericSyncCall" as the browser saw it.
 struct SyncCall {
   PP_Instance instance;
-  std::string operation;  // empty when it was no string
+  std::string operation;  // empty if not a string
   Json data;              // null for undefined
   int32_t result;
 };
 
-// One at a time in a process, since the tables are plain C functions.
+// One at a time per process, because the tables are plain C functions.
 class Browser {
  public:
   struct Options {
     ExtensionAnswers extension_answers;
-    std::shared_ptr<ExtensionSystem> extension_system;  // answers instead, when set
+    std::shared_ptr<ExtensionSystem> extension_system;  // if set, answers instead
     bool offer_extension_system = true;  // false: as an engine that is not a television's
     // Called for each event that is dropped because its page was closed, on the thread that posted
     // it; on several threads at once, if they post at once.
@@ -157,20 +155,21 @@ class Browser {
   // every var and resource that still lives as a defect. False when the library cannot be closed.
   bool Unload(std::string* error = nullptr);
 
-  // Null, with the reason, when the plug-in refuses. The attributes are those of the element. The
-  // browser keeps some 3 KB for each page that ever was, for the plug-in may still name it.
+  // Null, with the reason, if the plug-in refuses. The attributes are those of the element. The
+  // browser keeps about 3 KB for every page, even a closed one, because the plug-in may still use
+  // it.
   std::unique_ptr<Page> CreatePage(const Attributes& attributes = {},
                                    std::string* error = nullptr,
                                    EventCallback on_event = nullptr);
 
-  // Runs work for the main thread until QuitMainLoop, which any thread may call, also before.
+  // Runs work for the main thread until QuitMainLoop, which any thread may call, even before.
   void RunMainLoop();
   void QuitMainLoop();
   void RunPending();  // only what is due now
   void PostToMainThread(std::function<void()> work);
 
   VarTable& vars();
-  // What the plug-in asks for with get_browser_interface; the counts below include it.
+  // get_browser_interface, as the plug-in calls it.
   static const void* GetInterface(const char* name);
 
   std::vector<std::string> Defects() const;
@@ -180,7 +179,7 @@ class Browser {
   int64_t DroppedEvents() const;            // of all pages
   std::vector<SyncCall> GenericSyncCalls() const;
 
-  // Faults. From now on the browser has no such interface / registering a handler gives this.
+  // Faults: from now on the browser lacks this interface / registering a handler returns this.
   void WithholdInterface(const std::string& name);
   void ForceRegisterResult(std::optional<int32_t> result);
   int InterfaceRequests(const std::string& name) const;

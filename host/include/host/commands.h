@@ -6,7 +6,7 @@
 
 namespace lumivex::host {
 
-// A command of the page's API, as the page's client has it.
+// A command of the page's API, as the client in examples/page lists it.
 struct Command {
   std::string_view module;
   std::string_view name;
@@ -15,7 +15,7 @@ struct Command {
 
 const std::vector<Command>& Commands();
 
-// Null when there is none of this name.
+// Null if unknown.
 const Command* FindCommand(std::string_view name);
 
 }  // namespace lumivex::host

@@ -7,7 +7,7 @@
 
 namespace lumivex::host {
 
-// What a plug-in did wrong, one sentence each, in the order of happening. Any thread may use it.
+// What a plug-in did wrong, one sentence each, in order. Any thread may use it.
 class Defects {
  public:
   void Record(std::string what);

@@ -5,8 +5,8 @@
 
 namespace lumivex::host {
 
-// The page's side of every message. Members are sorted by name, as those of what a plug-in sends a
-// page are in the engine.
+// A message as the page sees it. Members are sorted by name, as the engine sorts those of a
+// plug-in's messages.
 using Json = nlohmann::json;
 
 }  // namespace lumivex::host

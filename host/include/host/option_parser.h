@@ -9,26 +9,26 @@ namespace lumivex::host {
 
 inline constexpr int kWrongUsage = 64;  // exit status of every program
 
-// Opens /dev/null in place of standard streams that are closed, lest another file takes their
-// place. The first thing in main.
+// Opens /dev/null for each standard stream that is closed, so that no other file gets its
+// descriptor. Call it first in main.
 void OpenStandardStreams();
 
-// What every program that loads the plug-in may be told about it.
+// Options of every program that loads the plug-in.
 struct PluginOptions {
   std::string plugin;            // absolute
-  std::string sysroot;           // absolute; empty when there is none
-  std::set<std::string> denied;  // module names whose privilege is refused
-  std::string log_level;         // empty: not given
+  std::string sysroot;           // absolute; empty: none
+  std::set<std::string> denied;  // module names without the privilege
+  std::string log_level;         // empty: none
 };
 
-// Reads a program's command line. Of an option given twice the last counts.
+// Reads a program's command line. If an option is repeated, the last one counts.
 class OptionParser : public CLI::App {
  public:
   OptionParser(const std::string& program,
                const std::string& description,
                const std::string& footer);
 
-  // The options are filled by Read and have to live until then.
+  // Read fills the options.
   void AddPluginOptions(PluginOptions* options);
   // Ends the program after --help, --version or wrong usage.
   void Read(int argc, char** argv);

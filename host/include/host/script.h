@@ -4,16 +4,16 @@
 // The script that lumivex-host plays, one JSON value a line:
 //
 //   {"moduleName": "lumivexplayer", ...}                 a blocking message, any JSON value
-//   {"$post": message}                                   a message that has no answer
-//   {"$wait": 250}                                       waits so many milliseconds
-//   {"$waitFor": {"event": "..."}, "timeout": 5000}      waits for an event; 10 s without "timeout"
-//   {"$expect": {"code": 0}}                             compares the last reply
-//   {"$waitFor": {...}, "$expect": {"text": "..."}}      compares the event waited for
+//   {"$post": message}                                   a message without a reply
+//   {"$wait": 250}                                       waits 250 ms
+//   {"$waitFor": {"event": "..."}, "timeout": 5000}      waits for an event, by default for 10 s
+//   {"$expect": {"code": 0}}                             checks the last reply
+//   {"$waitFor": {...}, "$expect": {"text": "..."}}      checks the event
 //
-//   SeekTo msec=900                                      short for a command with its arguments
+//   SeekTo msec=900                                      a command in short form
 //
-// An object with a key that begins with $ is one of these and nothing else. Blank lines and lines
-// that begin with // or # say nothing.
+// An object with a key that starts with $ is always a directive. Blank lines and lines that start
+// with # or // are ignored.
 
 #include <chrono>
 #include <cstddef>
@@ -43,7 +43,7 @@ struct WaitAction {
 struct WaitForAction {
   Json event;  // an object; see Matches
   std::chrono::milliseconds timeout;
-  std::optional<Json> expected;  // an object too
+  std::optional<Json> expected;  // an object
 };
 
 struct ExpectAction {
@@ -58,11 +58,11 @@ struct ScriptError {
 using ScriptLine = std::
     variant<NoAction, SendAction, PostAction, WaitAction, WaitForAction, ExpectAction, ScriptError>;
 
-// Reads one line, given without its end. Never throws; any bytes are allowed.
+// Reads one line, without its newline. Never throws, whatever the bytes.
 ScriptLine ReadScriptLine(std::string_view line);
 
-// Whether the event or reply has what is wanted: the same value, or for an object every member
-// wanted, which may be an object wanted in part again.
+// Whether the event or reply equals what is wanted or, for objects, has all wanted members, which
+// match in the same way.
 bool Matches(const Json& wanted, const Json& event);
 
 }  // namespace lumivex::host

@@ -22,12 +22,12 @@ inline constexpr int kMaxDepth = 1000;
 
 class OwnedVar;
 
-// The browser's reference-counted vars: strings, dictionaries and arrays, named by their as_id.
+// The browser's reference-counted vars: strings, dictionaries and arrays, by as_id.
 //
-// Any thread may call every function. Vars given are borrowed, vars returned belong to the caller
-// with one reference. A use that the Pepper interface forbids (a var that was released, a key that
-// is no string ...) is recorded as a defect, has no other effect and answers undefined, null or
-// false. Values without a count (numbers, null ...) may be given to AddRef and Release.
+// Any thread may call every function. Vars passed in are borrowed; returned vars come with one
+// reference, which the caller owns. A use that the Pepper interface forbids (a released var, a key
+// that is not a string ...) is recorded as a defect, does nothing and returns undefined, null or
+// false. AddRef and Release accept values without a count (numbers, null ...).
 class VarTable {
  public:
   explicit VarTable(Defects* defects) : defects_(defects) {}
@@ -37,8 +37,8 @@ class VarTable {
   void AddRef(PP_Var var);
   void Release(PP_Var var) noexcept;
 
-  PP_Var FromUtf8(std::string_view text);  // a null var when the text is not UTF-8
-  // Valid as long as the var lives; null and length 0 when var is no string.
+  PP_Var FromUtf8(std::string_view text);  // a null var if the text is not UTF-8
+  // Valid as long as the var exists; null and length 0 if var is not a string.
   const char* ToUtf8(PP_Var var, uint32_t* length);
 
   PP_Var CreateDictionary();
@@ -54,26 +54,26 @@ class VarTable {
   uint32_t ArrayLength(PP_Var array);
   bool ArraySetLength(PP_Var array, uint32_t length);
 
-  // As a browser converts a page's value: whole numbers of 32 bits become int32 (2.0 too, for a
-  // page has one kind of number), other numbers double, text that is not UTF-8 a null var.
-  // Null when the value is nested deeper than kMaxDepth.
+  // As a browser converts a page's value: 32-bit integers become int32 (even 2.0, because a page
+  // has one type of number), other numbers double, text that is not UTF-8 a null var. Null if the
+  // value is nested deeper than kMaxDepth.
   std::optional<PP_Var> FromJson(const Json& value);
-  // What the page sees of a var, a deep copy. Whole doubles become whole numbers; undefined is left
-  // out of objects and is null elsewhere. Null, with a defect recorded, when the var holds
-  // something that cannot be passed on.
+  // The var as the page sees it, a deep copy. Integral doubles become integers; undefined is left
+  // out of objects and is null elsewhere. Null, with a defect recorded, if the var contains
+  // something that cannot be passed.
   std::optional<Json> ToJson(PP_Var var);
-  // Null, with a defect recorded, when the var holds something that cannot be passed on.
+  // Null, with a defect recorded, if the var contains something that cannot be passed.
   std::optional<PP_Var> DeepCopy(PP_Var var);
 
-  // Counted vars that live now, and a line for each of the first of them.
+  // The number of counted vars, and a line for each of the first ones.
   int64_t Live() const;
   std::vector<std::string> DescribeLive() const;
 
  private:
   using Members = std::map<std::string, PP_Var>;
   using Items = std::vector<PP_Var>;
-  // A place for one var after another. An id is a generation and a slot's index; the generation
-  // changes when the var dies, which is how the use of a dead var is recognised.
+  // Slots are reused. An id is a generation and a slot's index; the generation changes when the var
+  // is freed, which exposes the use of a freed var.
   struct Slot {
     std::variant<std::string, Members, Items> value;
     uint32_t references = 0;
@@ -86,16 +86,16 @@ class VarTable {
   using Path = std::vector<int64_t>;  // the containers around a var
 
   // These need the mutex.
-  Slot* Find(PP_Var var);  // null unless it lives
+  Slot* Find(PP_Var var);  // null if freed
   template <class Value>
-  Value* Use(const char* operation, PP_Var var);  // null, with a defect, unless it is such a var
+  Value* Use(const char* operation, PP_Var var);  // null, with a defect, for any other var
   bool Take(const char* operation, PP_Var var);
   void Drop(PP_Var var);
   template <class Value>
   PP_Var Insert(Value value);
   void RecordMisuse(const char* operation, PP_Var var, const std::string& problem);
 
-  // These do not. Containers take over the references of what they hold.
+  // These do not. Containers take over the references to their contents.
   PP_Var AddDictionary(Members members);
   PP_Var AddArray(Items items);
   std::optional<std::string> TextOf(PP_Var string);
@@ -109,7 +109,7 @@ class VarTable {
   mutable std::mutex mutex_;
   // Guarded by mutex_.
   std::deque<Slot> slots_;
-  std::vector<uint32_t> free_;  // indices of slots without a var
+  std::vector<uint32_t> free_;  // indices of unused slots
 };
 
 // One reference to a var, released at the end of the scope.
@@ -121,7 +121,7 @@ class OwnedVar {
   ~OwnedVar() { vars_->Release(var_); }
 
   const PP_Var& get() const { return var_; }
-  PP_Var Detach();  // the caller takes over the reference
+  PP_Var Detach();  // the caller then owns the reference
 
  private:
   VarTable* vars_;

@@ -5,12 +5,11 @@
 extern "C" {
 #endif
 
-/* Opens absolute library paths of the device from a staged tree: dlopen("/usr/lib/libx.so") opens
- * "<root>/usr/lib/libx.so" when that file exists, and is passed on unchanged otherwise.
+/* Opens absolute library paths of the device in a staged tree: dlopen("/usr/lib/libx.so") opens
+ * "<root>/usr/lib/libx.so" if that file exists, and otherwise the path itself.
  *
- * Sets the root; null or an empty text switches the mapping off. Until it is called the root is
- * what the environment variable LUMIVEX_SYSROOT says. The text is copied. Any thread may call it;
- * a dlopen that is under way keeps the root it started with. */
+ * Sets the root; null or "" disables the mapping. The default is the environment variable
+ * LUMIVEX_SYSROOT. The text is copied. Any thread may call it. */
 __attribute__((visibility("default"))) void device_paths_set_root(const char* root);
 
 #ifdef __cplusplus

@@ -11,7 +11,7 @@ namespace {
 
 std::mutex mutex;
 
-// Guarded by mutex. Never destroyed: libraries are still opened while the process ends.
+// Guarded by mutex. Never destroyed, because libraries may be opened while the process exits.
 std::string& Root() {
   static std::string& root = *new std::string([] {
     const char* preset = std::getenv("LUMIVEX_SYSROOT");

@@ -11,9 +11,8 @@ enum { LOG_ID_MAIN = 0, LOG_ID_SYSTEM = 2 };
 /* Priorities of the platform log that this project uses; a higher number is more severe. */
 enum { DLOG_DEBUG = 3, DLOG_ERROR = 6 };
 
-/* Writes one line to a buffer of the platform log. Any thread may call it. Texts are copied before
- * it returns. The result is the number of bytes written, 0 when the line was filtered out, or
- * negative on failure; nobody needs to look at it. */
+/* Writes one line to a buffer of the platform log. Any thread may call it. Returns the number of
+ * bytes written, 0 if the line was filtered out, or a negative number on failure. */
 __attribute__((visibility("default"), format(printf, 4, 5))) int __dlog_print(
     int buffer, int priority, const char* tag, const char* format, ...);
 

@@ -1,7 +1,8 @@
 // The platform log on a desktop: one printable line per call.
 //
-//   LUMIVEX_DLOG       lowest priority to show: debug, info, warn, error, fatal or a number;
-//                      unset or empty: nothing is written
+//   LUMIVEX_DLOG       lowest level to show: verbose, debug, info, warn, error, fatal or a
+//   priority's
+//                      number; unset or empty: none
 //   LUMIVEX_DLOG_FILE  file to append to instead of standard error
 //
 // Both are read once, at the first line.

@@ -11,8 +11,8 @@ namespace pp {
 
 namespace {
 
-// What the browser calls when a message comes; user_data is the MessageHandler. Nothing may be
-// thrown into the browser: a message whose handling fails so is answered with an undefined value.
+// The browser's callbacks; user_data is the MessageHandler. No exception may reach the browser: a
+// message whose handler throws gets an undefined reply.
 void HandleMessage(PP_Instance instance, void* user_data, const PP_Var* message) {
   try {
     static_cast<MessageHandler*>(user_data)->HandleMessage(InstanceHandle(instance), Var(*message));

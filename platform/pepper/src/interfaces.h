@@ -11,8 +11,8 @@ namespace pp {
 
 class Module;
 
-// The browser's tables that this library calls. A table that the browser does not offer is null,
-// and what needs it answers its failure value.
+// The browser's tables that this library calls. A table that the browser lacks is null, and what
+// needs it returns its failure value.
 struct Interfaces {
   const PPB_Core* core;
   const PPB_Var* var;
@@ -21,7 +21,7 @@ struct Interfaces {
   const PPB_MessageLoop* message_loop;
 };
 
-// Filled when the library is initialised, before any instance exists, and only read afterwards.
+// Filled when the library is initialised, before any instance exists; then read-only.
 extern Interfaces browser_interfaces;
 
 inline const Interfaces& Browser() {

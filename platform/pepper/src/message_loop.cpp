@@ -22,7 +22,7 @@ MessageLoop::MessageLoop(PassRef, PP_Resource loop) : Resource(PASS_REF, loop) {
 
 MessageLoop::MessageLoop(PP_Resource loop) : Resource(loop) {}
 
-// The browser keeps what it names; this adds a reference of its own.
+// GetCurrent adds no reference; the constructor does.
 MessageLoop MessageLoop::GetCurrent() {
   return MessageLoop(Browser().message_loop == nullptr ? 0 : Browser().message_loop->GetCurrent());
 }

@@ -30,7 +30,7 @@ PP_Bool DidCreate(PP_Instance instance, uint32_t argc, const char* argn[], const
   }
   try {
     return Module::Get()->InternalCreate(instance, argc, argn, argv) ? PP_TRUE : PP_FALSE;
-  } catch (const std::exception&) {  // out of memory or threads: the element is refused
+  } catch (const std::exception&) {  // out of memory or threads
     return PP_FALSE;
   }
 }

@@ -33,7 +33,7 @@ pp::Var PPBaseMessageHandler::HandleBlockingMessage(pp::InstanceHandle instance,
 
 void PPBaseMessageHandler::WasUnregistered(pp::InstanceHandle) {}
 
-// The parameters are by value because the platform's binary interface has them so.
+// The platform's binary interface passes these by value.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 pp::Var PPBaseMessageHandler::createMessage(int32_t code,
                                             pp::Var value,

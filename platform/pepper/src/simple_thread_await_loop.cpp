@@ -19,8 +19,8 @@ SimpleThreadAwaitLoop::SimpleThreadAwaitLoop(const InstanceHandle& instance)
 
 SimpleThreadAwaitLoop::~SimpleThreadAwaitLoop() {
   if (thread_.joinable()) {
-    // A loop that is at its end already refuses both. One that goes on and refuses both cannot be
-    // ended: the thread is waited for all the same, as it must not outlive the plug-in's code.
+    // A loop that has ended refuses both. One that runs and refuses both cannot be ended; join it
+    // nevertheless, because the thread must not outlive the plug-in's code.
     if (message_loop_.PostQuit(true) != PP_OK) {
       message_loop_.PostWork({&QuitOnItsThread, &message_loop_, 0});
     }

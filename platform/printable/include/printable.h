@@ -7,13 +7,13 @@
 
 namespace lumivex {
 
-// Text as it may reach a terminal, or a file that people read. What could command the terminal,
-// break the line or turn the direction of reading becomes an escape: "\n"; \u and four digits for
-// the other control characters (C0, DEL, C1) and the bidirectional ones; \x and two for a byte that
-// is not UTF-8. JSON text on one line stays the same JSON.
+// Text for a terminal, or a file that people read. Whatever could control the terminal, break the
+// line or change the reading direction is escaped: "\n"; \u and four digits for the other control
+// characters (C0, DEL, C1) and the bidirectional ones; \x and two digits for a byte that is not
+// UTF-8. JSON on one line keeps its meaning.
 std::string Printable(std::string_view text);
 
-// The character that text begins with. Of length 0 when the text is empty or does not begin with
+// The first character of the text. Its length is 0 if the text is empty or does not start with
 // UTF-8: shortest forms only, no surrogates, nothing above U+10FFFF.
 struct Utf8Character {
   unsigned int code;

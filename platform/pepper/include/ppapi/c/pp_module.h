@@ -3,7 +3,7 @@
 
 #include <stdint.h>
 
-/* Names one loaded plug-in library; 0 is none. Given out by the browser. */
+/* Names one loaded plug-in library; 0 is none. Assigned by the browser. */
 typedef int32_t PP_Module;
 
 #endif

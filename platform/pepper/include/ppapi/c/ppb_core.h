@@ -12,7 +12,7 @@ struct PPB_Core {
   void (*AddRefResource)(PP_Resource resource);
   void (*ReleaseResource)(PP_Resource resource);
   double (*GetTime)(void);      /* seconds since 1970 */
-  double (*GetTimeTicks)(void); /* seconds since some start, never going back */
+  double (*GetTimeTicks)(void); /* seconds since some start, monotonic */
   void (*CallOnMainThread)(int32_t delay_ms, struct PP_CompletionCallback callback, int32_t result);
   PP_Bool (*IsMainThread)(void);
 };

@@ -7,7 +7,7 @@
 
 namespace pp {
 
-// A key, mouse or touch event. Only held, never looked into, by the plug-ins of this platform.
+// A key, mouse or touch event. The plug-ins of this platform only hold it.
 class InputEvent : public Resource {
  public:
   explicit InputEvent(PP_Resource resource) : Resource(resource) {}

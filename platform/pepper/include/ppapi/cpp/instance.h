@@ -18,9 +18,9 @@ class Rect;
 class URLLoader;
 class View;
 
-// One plug-in element of a page. Made by Module::CreateInstance and deleted by the module, both on
-// the plug-in's main thread. An Instance may also be made from an id as a temporary, or copied: it
-// only names the element, and its destructor undoes nothing.
+// One plug-in element of a page. Created by Module::CreateInstance and deleted by the module, both
+// on the plug-in's main thread. A temporary Instance made from an id, or a copy, only names the
+// element; its destructor does nothing.
 class Instance {
  public:
   explicit Instance(PP_Instance instance);
@@ -42,7 +42,7 @@ class Instance {
 
   // Copies the message; the page receives it later. Any thread may call it.
   void PostMessage(const Var& message);
-  // PP_OK, or a PP_ERROR_ value. The handler stays the caller's and must live until it was
+  // PP_OK, or a PP_ERROR_ value. The caller owns the handler, which must live until it is
   // unregistered or the thread that runs the loop has ended.
   int32_t RegisterMessageHandler(MessageHandler* handler, const MessageLoop& loop);
   void UnregisterMessageHandler();

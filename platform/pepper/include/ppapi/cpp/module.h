@@ -15,7 +15,7 @@ namespace pp {
 
 class Instance;
 
-// The loaded plug-in: one object per process, made by CreateModule when the browser loads the
+// The loaded plug-in: one object per process, created by CreateModule when the browser loads the
 // library and deleted when it unloads it, both on the plug-in's main thread.
 class Module {
  public:
@@ -32,7 +32,7 @@ class Module {
   virtual Instance* CreateInstance(PP_Instance instance) = 0;
 
   PP_Module pp_module() const { return pp_module_; }
-  // A table of functions of the browser, or null when it offers none. Any thread may call it.
+  // A table of the browser, or null. Any thread may call it.
   const void* GetBrowserInterface(const char* interface_name) const;
   // Null when the module has no such instance. Plug-in's main thread only.
   Instance* InstanceForPPInstance(PP_Instance instance) const;

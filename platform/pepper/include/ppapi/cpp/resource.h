@@ -8,7 +8,7 @@
 
 namespace pp {
 
-// Holds one reference to an object of the browser and gives it back when destroyed.
+// Owns one reference to an object of the browser.
 class Resource {
  public:
   Resource() = default;

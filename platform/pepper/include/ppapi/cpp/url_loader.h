@@ -7,8 +7,7 @@
 
 namespace pp {
 
-// A document handed to a plug-in that shows whole documents. Only held, never looked into, by the
-// plug-ins of this platform.
+// A document for a plug-in that shows whole documents. The plug-ins of this platform only hold it.
 class URLLoader : public Resource {
  public:
   explicit URLLoader(PP_Resource resource) : Resource(resource) {}

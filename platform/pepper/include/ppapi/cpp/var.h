@@ -13,8 +13,8 @@ namespace pp {
 // Tells a constructor to take over the reference that comes with its argument.
 enum PassRef { PASS_REF };
 
-// A value exchanged with the page. Holds one reference to the browser's var and gives it back when
-// destroyed; copies share the browser's var. Any thread may use a Var of its own.
+// A value exchanged with the page. Owns one reference to the browser's var; copies share that var.
+// Each thread may use its own Vars.
 class Var {
  public:
   struct Null {};
@@ -45,14 +45,14 @@ class Var {
   bool is_dictionary() const { return var_.type == PP_VARTYPE_DICTIONARY; }
 
   bool AsBool() const;  // false unless a bool
-  // A double is truncated, saturated at the ends of 32 bits, and 0 when it is not a number.
+  // A double is truncated and clamped to 32 bits; NaN is 0.
   int32_t AsInt() const;         // 0 unless a number
   double AsDouble() const;       // 0.0 unless a number
   std::string AsString() const;  // empty unless a string
 
   // Borrowed: valid as long as this Var.
   const PP_Var& pp_var() const { return var_; }
-  // Hands the reference over to the caller and leaves this Var undefined.
+  // The caller then owns the reference, and this Var is undefined.
   PP_Var Detach();
 
  protected:

@@ -11,7 +11,7 @@ namespace pp {
 class VarDictionary : public Var {
  public:
   VarDictionary();  // a new, empty dictionary
-  // Shares the dictionary that var holds; a new, empty one when var is of another type.
+  // Shares var's dictionary; a new, empty one if var is of another type.
   explicit VarDictionary(const Var& var);
   explicit VarDictionary(const PP_Var& var);
 

@@ -7,8 +7,7 @@
 
 namespace pp {
 
-// How and where the element is shown. Only held, never looked into, by the plug-ins of this
-// platform.
+// How and where the element is shown. The plug-ins of this platform only hold it.
 class View : public Resource {
  public:
   explicit View(PP_Resource resource) : Resource(resource) {}

@@ -10,7 +10,7 @@
 
 #pragma GCC visibility push(default)
 
-// The television's base of message handlers: passes each message to a hook and packs replies.
+// The television's base class of message handlers: passes each message to a hook and packs replies.
 //
 // A reply is the dictionary {"code": int, "value": any, "errorName": string,
 // "errorMessage": string}; code 0 is success.

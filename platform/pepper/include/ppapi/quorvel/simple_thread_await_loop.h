@@ -12,17 +12,17 @@
 
 namespace pp {
 
-// A thread that runs a message loop of its own and waits on it for work.
+// A thread that runs its own message loop.
 class SimpleThreadAwaitLoop {
  public:
   explicit SimpleThreadAwaitLoop(const InstanceHandle& instance);  // starts nothing
-  // Lets the loop finish the work posted so far and returns once the thread has ended. Not to be
+  // Waits until the loop has finished the work posted so far and the thread has ended. Must not be
   // called on the thread itself.
   ~SimpleThreadAwaitLoop();
   SimpleThreadAwaitLoop(const SimpleThreadAwaitLoop&) = delete;
   SimpleThreadAwaitLoop& operator=(const SimpleThreadAwaitLoop&) = delete;
 
-  // Returns once the thread has its loop; false when it runs already or could not be started.
+  // Returns once the thread has its loop; false if it already runs or cannot be started.
   bool Start();
 
   const MessageLoop& message_loop() const { return message_loop_; }

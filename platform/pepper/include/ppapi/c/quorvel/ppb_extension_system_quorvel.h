@@ -8,8 +8,8 @@
 
 #define PPB_EXTENSIONSYSTEM_QUORVEL_INTERFACE_0_1 "PPB_ExtensionSystem_Quorvel;0.1"
 
-/* The television runtime's private services, asked for by operation name. Engines other than the
- * television's do not offer this table. */
+/* The television runtime's private services, by name of the operation. Other engines lack this
+ * table. */
 struct PPB_ExtensionSystem_Quorvel_0_1 {
   /* The embedder's name, a string var. */
   struct PP_Var (*GetEmbedderName)(PP_Instance instance);
