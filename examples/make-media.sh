@@ -1,7 +1,7 @@
 #!/bin/sh
-# Makes the media that the examples and the tests play, with Debian's GStreamer: clip.webm,
-# tracks.mkv, turned.mp4, cues.srt, cues.vtt and hls/master.m3u8. What is there already stays; every file
-# appears under its name only when it is whole.
+# Makes the media for the examples and the tests, with Debian's GStreamer: clip.webm, tracks.mkv,
+# turned.mp4, cues.srt, cues.vtt and hls/master.m3u8. Existing files stay; each file gets its name only
+# when it is complete.
 #
 # usage: make-media.sh FOLDER
 set -eu
@@ -20,8 +20,8 @@ unfinished=$(mktemp -d ./.unfinished.XXXXXX)
 trap 'rm -rf "$unfinished"' EXIT
 trap 'exit 1' HUP INT TERM
 
-# Runs a pipeline to its end; encoders chatter on standard error even when all is well. None takes
-# more than seconds, so one that hangs is an error.
+# Runs a pipeline, showing standard error only on failure because encoders are noisy. Each takes a few
+# seconds, so one that hangs is an error.
 launch() {
   timeout 120 gst-launch-1.0 -q -e "$@" 2>"$unfinished/log" || {
     cat "$unfinished/log" >&2
@@ -29,7 +29,7 @@ launch() {
   }
 }
 
-# make NAME ELEMENTS...: writes the file that a pipeline makes.
+# make NAME ELEMENTS...: makes a file with a pipeline.
 make() {
   name=$1
   shift
@@ -96,7 +96,7 @@ CUES
   mv "$unfinished/cues.vtt" cues.vtt
 fi
 
-# 20 s with two languages that can be told apart by ear and by measurement, and the cues inside as text.
+# 20 s with two languages, told apart by their tones, and with the cues as a text track.
 make tracks.mkv \
   videotestsrc num-buffers=500 pattern=smpte100 \
   ! video/x-raw,format=I420,width=320,height=240,framerate=25/1 \
@@ -112,8 +112,8 @@ make tracks.mkv \
   ! taginject tags="language-code=eng" ! queue ! mux. \
   matroskamux name=mux !
 
-# 2 s that were taken with the camera on its side, in pixels twice as wide as high. The muxer cannot state
-# the first: the header's matrix is written over.
+# 2 s for display after a rotation, with pixels twice as wide as high. The muxer cannot write the
+# rotation, so the header's matrix is overwritten.
 if [ ! -e turned.mp4 ]; then
   make untold.mp4 \
     videotestsrc num-buffers=50 pattern=smpte100 \

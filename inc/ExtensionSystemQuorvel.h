@@ -34,10 +34,10 @@ class ExtensionSystemQuorvelKelvo : public ExtensionSystemQuorvel {
  public:
   explicit ExtensionSystemQuorvelKelvo(const InstanceHandle& instance);
 
-  // Whether the application holds the privilege, a URI. The object keeps the answer, false ones
-  // included, and does not ask for the same privilege again.
+  // Whether the application has the privilege, a URI. The object caches the answer, even false, and
+  // does not ask for the same privilege again.
   bool CheckPrivilege(const Var& privilege);
-  // Hints for the on-screen keyboard; true when the runtime took them.
+  // Hints for the on-screen keyboard; true if the runtime accepted them.
   bool SetIMERecommendedWords(const Var& words);
   bool SetIMERecommendedWordsType(bool type);
   int32_t GetWindowId();  // -1 on failure
@@ -52,7 +52,7 @@ class ExtensionSystemQuorvelWRT : public ExtensionSystemQuorvelKelvo {
  public:
   explicit ExtensionSystemQuorvelWRT(const InstanceHandle& instance);
 
-  // Whether the embedder is the platform's web runtime. Found out once per process.
+  // Whether the embedder is the platform's web runtime. Determined once per process.
   bool IsValid() const;
 };
 

@@ -23,7 +23,7 @@ class ILumivexPlayer {
 
   enum VIDEO_SCALING_MODE : int {
     VIDEO_SCALING_MODE_KEEP_ASPECT_RATIO = 0,
-    VIDEO_SCALING_MODE_FILL = 1  // use the area as it is
+    VIDEO_SCALING_MODE_FILL = 1  // use the whole area
   };
 
   enum DRM_PROPERTY_TYPE : int {
@@ -33,7 +33,7 @@ class ILumivexPlayer {
     DRM_PROPERTY_WMDRM_COOKIE = 3
   };
 
-  // The listener stays the caller's and must outlive the player.
+  // The caller owns the listener, which must outlive the player.
   explicit ILumivexPlayer(IPlaybackEventListener* listener) : m_pEventListener(listener) {}
   ILumivexPlayer(const ILumivexPlayer&) = delete;
   ILumivexPlayer& operator=(const ILumivexPlayer&) = delete;
@@ -57,7 +57,7 @@ class ILumivexPlayer {
                               VIDEO_SCALING_MODE mode) = 0;
   virtual int GetCurrentPosition() = 0;  // milliseconds
   virtual int GetDuration() = 0;         // milliseconds
-  // Appends to the caller's vector, which is left alone on failure.
+  // Appends to the caller's vector; unchanged on failure.
   virtual bool GetAvailableBitrates(std::vector<unsigned int>* pAvailableBitrates) = 0;
   virtual int GetVideoWidth() = 0;   // pixels
   virtual int GetVideoHeight() = 0;  // pixels
@@ -69,7 +69,7 @@ class ILumivexPlayer {
                                     std::string* languageCode) = 0;
   virtual bool SetTimedTextSource(const std::string& filePath) = 0;
   virtual bool SetDRMProperty(DRM_PROPERTY_TYPE type, const std::string& propertyData) = 0;
-  virtual void GetVersion(int* major, int* minor) = 0;  // not supported: outputs are left alone
+  virtual void GetVersion(int* major, int* minor) = 0;  // not supported: outputs unchanged
 
  protected:
   IPlaybackEventListener* const m_pEventListener;  // set once, so any thread may read it

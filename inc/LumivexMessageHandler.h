@@ -21,10 +21,10 @@ inline constexpr char kLogTag[] = "LUMIVEX_PPLUGIN";
 // The one object through which a page talks to the plug-in.
 //
 // A request is a dictionary with the strings "moduleName" and "command" and the command's arguments
-// beside them. A blocking request is checked, passes the privilege gate of its module and runs the
-// command of that name; the reply is what PPBaseMessageHandler::createMessage packs. A non-blocking
-// request is checked in the same way and then always refused. Player and tuner happenings are
-// posted to the page as event dictionaries.
+// as further keys. A blocking request is checked, including the privilege of its module, and runs
+// the command of that name; PPBaseMessageHandler::createMessage packs the reply. A non-blocking
+// request is checked in the same way and then always refused. Events of the player and the tuner
+// are posted to the page as dictionaries.
 //
 // Threads: constructed and destroyed on the plug-in's main thread, before the worker thread starts
 // and after it has ended. Messages arrive on the worker thread, one at a time. The On... functions

@@ -306,7 +306,7 @@ pp::Var CLumivexMessageHandler::HasRFManagerPrivilege(const pp::VarDictionary&) 
   return Success(m_hasLumivexRFMangerPrivilege);
 }
 
-// Playback. A refusal by the player is no error result: the page tells it from the value.
+// Playback. A refusal by the player is not an error result: it is a value of the reply.
 
 pp::Var CLumivexMessageHandler::SetDataSource(const pp::VarDictionary& request) {
   std::string url;

@@ -1,10 +1,10 @@
-// The live list of what goes to the plug-in and what comes back.
+// The live list of messages to and from the plug-in.
 "use strict";
 
 const MESSAGES_KEPT = 40;
 const LONGEST_TEXT = 36;
 
-// As JSON, but of a long text only the end: of an address its last two parts.
+// JSON, with long texts shortened to their end: of a URL, the last two parts.
 function brief(value) {
   return JSON.stringify(value, (_, part) => {
     if (typeof part !== "string" || part.length <= LONGEST_TEXT) {
@@ -18,7 +18,7 @@ function brief(value) {
 class MessageList {
   constructor(list) {
     this._list = list;
-    this._lastEvent = null;  // of the line that repeats: {key, line, count}
+    this._lastEvent = null;  // the last line: {key, line, count}
   }
 
   request({command, moduleName, ...args}, reply) {
@@ -33,7 +33,7 @@ class MessageList {
     this._lastEvent = null;
   }
 
-  // Position events come several times a second: the same kind in a row shares a line.
+  // Consecutive events of one kind, such as positions, share a line.
   event(data) {
     const key = `${data && data.event} ${data && data.type}`;
     const repeats = this._lastEvent && this._lastEvent.key === key;

@@ -1,14 +1,14 @@
-// Types of the stand-in for the plug-in's element.
+// Types of the fake element.
 import {Args, CommandName, ErrorReply, Module, PluginElement, PluginMessage, Value} from "./module.js";
 
 export interface FakeOptions {
-  /** Modules whose privilege the application lacks. */
+  /** Modules without the privilege. */
   denied?: readonly Module[];
-  /** Whether there is a tuner to obtain; true unless given. */
+  /** Whether a tuner is available; true by default. */
   tuner?: boolean;
 }
 
-/** A value, or a function of the arguments converted as the plug-in does. */
+/** A value, or a function of the arguments, converted as in the plug-in. */
 export type Answers = {
   [C in CommandName]: Value<C> | ((args: Args<C>) => Value<C>);
 };
@@ -19,19 +19,19 @@ export type Refusable = Exclude<CommandName,
 
 export class FakePlugin extends EventTarget implements PluginElement {
   constructor(options?: FakeOptions);
-  /** What each command answers. Unless changed, all is accepted. */
+  /** What each command answers. By default everything is accepted. */
   answers: Answers;
-  /** Whatever was sent, in its order. */
+  /** All requests so far, in order. */
   requests: any[];
-  /** From now on these answer what they answer when the player or the tuner refuses. */
+  /** These commands now answer as when the player or the tuner refuses. */
   refuse(...commands: Refusable[]): void;
-  /** From now on the command has an error result. */
+  /** This command now has an error result. */
   fail(command: CommandName, errorName: ErrorReply["errorName"], errorMessage?: string): void;
-  /** From now on the command blocks for so long before it answers. */
+  /** This command now blocks for msec before it answers. */
   delay(command: CommandName, msec: number): void;
-  /** Posts an event to the page, after the running code; resolves when the listeners have run. */
+  /** Posts an event to the page after the running code; resolves when the listeners have run. */
   raise(message: PluginMessage): Promise<void>;
-  /** Forgets requests, changed answers, failures and delays. */
+  /** Clears requests and restores answers, failures and delays. */
   reset(): void;
   postMessageAndAwaitResponse(request: unknown): unknown;
   postMessage(request: unknown): void;

@@ -1,6 +1,5 @@
-// A stand-in for <embed type="application/x-lumivex">, to test pages without the engine; types in
-// fake.d.ts, description in docs/page-api.md. It checks requests as the plug-in does. What the
-// player and the tuner answer stands in a table.
+// A fake <embed type="application/x-lumivex">, to test pages without the engine; described in
+// docs/page-api.md. It checks requests as the plug-in does and answers from a table.
 
 if (typeof CustomEvent === "undefined") {  // before Node 19
   globalThis.CustomEvent = class extends Event {
@@ -25,9 +24,9 @@ const CHANNEL = {
   ptc: (value) => value, major: whole, minor: whole, programNum: whole, transportStreamID: whole};
 const AREA = {x: unsigned, y: unsigned, width: unsigned, height: unsigned};
 
-// What each command needs, answers unless told otherwise, and answers when it is refused.
+// Each command's required arguments, default answer, and answer when refused.
 const COMMANDS = {
-  HasPlayerPrivilege: [{}, null],  // of these no refusal
+  HasPlayerPrivilege: [{}, null],  // never refused, like all without a third item
   GetPlayerVersion: [{}, "1.50"],
   HasRFManagerPrivilege: [{}, null],
   GetRFManagerVersion: [{}, "1.50"],
@@ -64,7 +63,7 @@ const COMMANDS = {
 };
 const OPTIONAL = {SetDataSource: {timeOffset: unsigned}, SetDisplayArea: {scalingMode: whole}};
 const OBTAIN_TUNER = ["SetChannelType", "TuneRFChannel"];
-const isTuned = (command) => /RF(Track|Tracks|Subtitle)/.test(command);  // need the tuner
+const isTuned = (command) => /RF(Track|Tracks|Subtitle)/.test(command);  // needs the tuner
 
 const CODES = {
   NotSupportedError: 9, InvalidStateError: 11, SecurityError: 18, InvalidValuesError: 26};
@@ -101,7 +100,7 @@ export class FakePlugin extends EventTarget {
     this.reset();
   }
 
-  // The table as at first, and nothing sent; the tuner stays obtained.
+  // The tuner stays obtained.
   reset() {
     this.requests = [];
     this._failures = new Map();
@@ -136,7 +135,7 @@ export class FakePlugin extends EventTarget {
     this._delays.set(command, msec);
   }
 
-  // As in the engine an event comes when the running code has ended.
+  // As in the engine, events are dispatched after the running code.
   async raise(message) {
     await null;
     this.dispatchEvent(new MessageEvent("message", {data: message}));
@@ -151,7 +150,7 @@ export class FakePlugin extends EventTarget {
       : {code: 0, value, errorName: "", errorMessage: ""};
   }
 
-  // Runs nothing, as in the plug-in: it is checked and refused.
+  // As in the plug-in, it is checked and refused.
   postMessage(request) {
     const copy = pass(request);
     this.requests.push(copy);
@@ -168,7 +167,7 @@ export class FakePlugin extends EventTarget {
 
   _known(command) {
     if (!Object.hasOwn(COMMANDS, command)) {
-      throw new Error(`there is no command ${command}`);
+      throw new Error(`unknown command "${command}"`);
     }
     return COMMANDS[command];
   }
@@ -195,7 +194,7 @@ export class FakePlugin extends EventTarget {
     }
     const end = performance.now() + (this._delays.get(command) || 0);
     while (performance.now() < end) {
-      // The page stands still while a command runs.
+      // A command blocks the page.
     }
     const refusal = this._failures.get(command) || this._checkState(command) ||
       this._checkArguments(request);
@@ -238,7 +237,7 @@ export class FakePlugin extends EventTarget {
       ? this.answers[name](args) : this.answers[name];
     if (command === "SetDisplayArea" && args.scalingMode === 0 &&
         !(answer("GetVideoWidth") > 0 && answer("GetVideoHeight") > 0)) {
-      return false;  // there is no shape to keep yet
+      return false;  // no aspect ratio yet
     }
     const value = answer(command);
     if (command === "SetPlaybackSpeed" && value === true) {

@@ -8,12 +8,12 @@ const DIRECTIONS = {
   ArrowDown: {x: 0, y: 1},
 };
 
-// How far apart two ranges are; 0 when they overlap.
+// The distance of two ranges; 0 if they overlap.
 function gap(start, end, otherStart, otherEnd) {
   return Math.max(0, otherStart - end, start - otherEnd);
 }
 
-// The cost of a move from one rectangle to another; infinite when it lies in another direction.
+// The cost of a move between two rectangles; infinite in another direction.
 function moveCost(from, to, {x, y}) {
   const ahead = (to.left + to.right - from.left - from.right) * x / 2 +
     (to.top + to.bottom - from.top - from.bottom) * y / 2;
@@ -28,10 +28,10 @@ function moveCost(from, to, {x, y}) {
     : Infinity;
 }
 
-let focused = null;  // where the focus was last: what loses it by being disabled gives it to no one
+let focused = null;  // the last focused element; disabling it would lose the focus
 document.addEventListener("focusin", ({target}) => { focused = target; });
 
-// A click on an empty place leaves the focus where it is.
+// A click on an empty place does not move the focus.
 document.addEventListener("mousedown", (event) => {
   if (!event.target.closest("button, input")) {
     event.preventDefault();

@@ -1,5 +1,5 @@
 // Types of the classic script lumivex.js, which defines these two names for all scripts of a page.
-// All other types stand in module.d.ts; a classic script has them as import("lumivex").TrackType.
+// The other types are in module.d.ts: import("lumivex").TrackType.
 import * as client from "./module.js";
 
 declare global {

@@ -4,20 +4,19 @@
 //   tv.addEventListener("position", ({detail}) => console.log(detail.position));
 //   tv.player.setDataSource("film.mp4") && tv.player.start();
 //
-// Every command is a function that returns the value of the plug-in's reply. The page stands still
-// until the reply comes: setDataSource opens the source, which can take seconds.
+// Every command is a function that returns the value of the plug-in's reply. The page blocks until the
+// reply: setDataSource opens the source, which can take seconds.
 //  - A refusal by the player or the tuner is a value: false, -1, "FAILED" or "".
 //  - An error result is thrown as a LumivexError: no privilege, a missing argument, no tuner.
-// The console shows the traffic after: tv.trace = console.log.
+// tv.trace = console.log logs all messages.
 //
-// A classic script that defines Lumivex and LumivexError, so that it works from a file as well;
-// module.js exports them. It runs from Chromium 64 on, the first whose EventTarget can be extended:
-// nothing newer than ES2017 here.
+// A classic script that defines Lumivex and LumivexError, so that it also works from a file; module.js
+// exports them. Written in ES2017, for Chromium 64, the first whose EventTarget can be extended.
 (function (scope) {
   "use strict";
 
-  // Command by module: what its arguments are called in the request, from how they are given to the
-  // function. Commands of more than two arguments take them by name.
+  // The commands by module: from the function's arguments to those in the request. Commands with more
+  // than two arguments take one object.
   const COMMANDS = {
     lumivexplayer: {
       HasPlayerPrivilege: () => ({}),
@@ -89,7 +88,6 @@
     }
   }
 
-  // The engine's own failures have no code of the plug-in's.
   function noPlugin(message, command) {
     return new LumivexError({code: -1, errorName: "PluginError", errorMessage: message}, command);
   }
@@ -105,12 +103,12 @@
       embed.addEventListener("message", this._listener);
     }
 
-    // A command by its name; the types let only what is right pass.
+    // Sends a command by name; the types check it.
     send(moduleName, command, args) {
       return this.sendRaw(moduleName, command, args);
     }
 
-    // A request as it is, right or wrong. Undefined arguments are left out.
+    // Sends any request. Undefined arguments are left out.
     sendRaw(moduleName, command, args) {
       const request = {moduleName, command};
       for (const [key, value] of Object.entries(args || {})) {
@@ -125,10 +123,10 @@
       try {
         reply = this.embed.postMessageAndAwaitResponse(request);
       } catch (error) {
-        throw noPlugin(`The plug-in does not answer: ${error.message}`, command);
+        throw noPlugin(`The plug-in does not reply: ${error.message}`, command);
       }
       if (reply === null || typeof reply !== "object") {
-        throw noPlugin("The plug-in does not answer", command);
+        throw noPlugin("The plug-in does not reply", command);
       }
       if (this.trace) {
         this.trace("request", request, reply);
@@ -139,7 +137,7 @@
       return reply.value;
     }
 
-    // No event comes any more. The element stays the page's: to end the plug-in, remove it.
+    // Stops the events. To end the plug-in, remove the element.
     close() {
       this.embed.removeEventListener("message", this._listener);
     }
@@ -172,7 +170,7 @@
   Lumivex.ScalingMode = Object.freeze({KEEP_ASPECT: 0, FILL: 1});
   Lumivex.DrmProperty = Object.freeze(
     {REQUEST_CHALLENGE_DATA: 0, SET_LICENSE: 1, LICENSE_SERVER: 2, COOKIE: 3});
-  // What the desktop's player means by them; the others are messages of a device's library.
+  // The meanings are the desktop player's; LIBRARY_... are messages of a device's library.
   Lumivex.ErrorType = Object.freeze({OTHER: 0, SOURCE: 1, NETWORK: 2, FORMAT: 4, NO_DECODER: 5,
     DECODER: 6, LIBRARY_187: 7, ENCRYPTED: 8});
   Lumivex.InfoType = Object.freeze(

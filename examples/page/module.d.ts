@@ -4,7 +4,7 @@
 export type TrackType = 1 | 2 | 3 | 4;
 /** The tuner knows 2, audio, and 4, subtitles. */
 export type RFTrackType = 2 | 4;
-/** 0 keeps the video's shape inside the area, 1 fills the area. */
+/** 0 keeps the video's aspect ratio inside the area, 1 fills the area. */
 export type ScalingMode = 0 | 1;
 /** 0 request challenge data, 1 set licence, 2 licence server, 3 cookie. */
 export type DrmProperty = 0 | 1 | 2 | 3;
@@ -33,11 +33,11 @@ export interface DisplayArea {
   y: number;
   width: number;
   height: number;
-  /** Fills the area unless given. */
+  /** Fills the area by default. */
   scalingMode?: ScalingMode | undefined;
 }
 export interface RFChannel {
-  /** Has to be there, but has no meaning. */
+  /** Required, not used. */
   ptc: number;
   major: number;
   minor: number;
@@ -89,13 +89,13 @@ export interface TunerCommands {
   GetRFTrackLanguageCode: Command<TrackAt<RFTrackType>, PlatformText>;
 }
 
-// All else that is said of commands follows from the two tables.
+// All other types of commands derive from the two tables.
 export type Commands = PlayerCommands & TunerCommands;
 export type CommandName = keyof Commands;
 export type Module = "lumivexplayer" | "lumivexrfmanager";
 export type Value<C extends CommandName> = Commands[C]["value"];
 
-/** What all of these commands take: of one command its arguments. */
+/** The arguments of a command, or those that all of several commands take. */
 export type Args<C extends CommandName> =
   (C extends CommandName ? (args: Commands[C]["args"]) => void : never) extends
     (args: infer All) => void ? All : never;
@@ -104,12 +104,12 @@ export type ModuleOf<C extends CommandName> =
     : [C] extends [keyof TunerCommands] ? "lumivexrfmanager" : never;
 type NoEnvelope = {moduleName?: never; command?: never};
 type ArgsTuple<A> = {} extends A ? [args?: A & NoEnvelope] : [args: A & NoEnvelope];
-// What is no command gets by with any module and arguments: the compiler is to complain of its name.
+// An unknown command takes any module and arguments, so that the compiler reports its name.
 type SendModule<C> = [C] extends [CommandName] ? ModuleOf<C> : Module;
 type SendName<C> = C extends CommandName ? C : CommandName;
 type SendArgs<C> = [C] extends [CommandName] ? ArgsTuple<Args<C>> : [args?: object];
 
-/** A function takes up to two arguments in their order, more by their names. */
+/** A function takes one or two arguments in order, more as one object. */
 type FunctionArgs<A> =
   A extends None ? []
   : A extends {url: infer U; timeOffset?: infer T} ? [url: U, timeOffset?: T]
@@ -123,9 +123,9 @@ type Functions<Table extends Record<keyof Table, Command<unknown, unknown>>> = {
   readonly [C in keyof Table as Uncapitalize<C & string>]:
     (...args: FunctionArgs<Table[C]["args"]>) => Table[C]["value"];
 };
-/** Throw LumivexError; false, -1, "FAILED" and "" are refusals by the player. */
+/** Throws LumivexError; false, -1, "FAILED" and "" are refusals by the player. */
 export type Player = Functions<PlayerCommands>;
-/** Throw LumivexError; false, -1 and "FAILED" are refusals by the tuner. */
+/** Throws LumivexError; false, -1 and "FAILED" are refusals by the tuner. */
 export type Tuner = Functions<TunerCommands>;
 
 export type ErrorReply =
@@ -158,22 +158,22 @@ export interface EventDetails {
   info: {type: InfoType; param1: number; param2: number};
   drminfo: {type: 0; data: PlatformText};
   timedtext: {text: PlatformText};
-  /** A tune has succeeded. */
+  /** Tuning succeeded. */
   tuned: {eventType: 0};
-  /** Whatever else comes: the refusal of a request that was sent with embed.postMessage. */
+  /** Any other message: the refusal of a request sent with embed.postMessage. */
   message: unknown;
 }
 export type Listener<T extends keyof EventDetails> =
   | ((this: Lumivex, event: CustomEvent<EventDetails[T]>) => void)
   | {handleEvent(event: CustomEvent<EventDetails[T]>): void};
 
-/** <embed type="application/x-lumivex"> as the engine gives it, or FakePlugin of lumivex/fake. */
+/** <embed type="application/x-lumivex"> in the engine, or FakePlugin of lumivex/fake. */
 export interface PluginElement extends EventTarget {
   postMessageAndAwaitResponse(request: unknown): unknown;
   postMessage(request: unknown): void;
 }
 
-/** An error result, or the engine's failure to get any: the plug-in is missing or has crashed. */
+/** An error result, or code -1: the plug-in is missing or has crashed. */
 export class LumivexError extends Error {
   readonly code: ErrorReply["code"] | -1;
   readonly name: ErrorReply["errorName"] | "PluginError";
@@ -199,7 +199,7 @@ export class Lumivex extends EventTarget {
     readonly LICENSE_SERVER: 2;
     readonly COOKIE: 3;
   };
-  /** Of "playbackerror". What the names say holds on a desktop; a device's player may differ. */
+  /** Of "playbackerror". The meanings are the desktop player's; a device's may differ. */
   static readonly ErrorType: {
     readonly OTHER: 0;
     readonly SOURCE: 1;
@@ -210,7 +210,7 @@ export class Lumivex extends EventTarget {
     readonly LIBRARY_187: 7;
     readonly ENCRYPTED: 8;
   };
-  /** Of "info". On a desktop only END comes; the others are messages of a device's library. */
+  /** Of "info". A desktop sends only END; the others are messages of a device's library. */
   static readonly InfoType: {
     readonly LIBRARY_32: 0;
     readonly LIBRARY_96: 4;
@@ -219,21 +219,21 @@ export class Lumivex extends EventTarget {
     readonly LIBRARY_177: 9;
   };
 
-  /** An <embed> must be in the document and displayed; else there is no plug-in. */
+  /** An <embed> must be in the document and displayed, or it has no plug-in. */
   constructor(embed: HTMLEmbedElement | PluginElement);
 
   readonly embed: PluginElement;
   readonly player: Player;
   readonly tuner: Tuner;
-  /** Called for every request with its reply, and for every event. */
+  /** Called for each request, with its reply, and for each event. */
   trace: ((kind: "request" | "event", message: unknown, reply?: Reply) => void) | null;
 
-  /** A command by its name; throws LumivexError. */
+  /** Sends a command by name; throws LumivexError. */
   send<C extends string>(
     moduleName: SendModule<C>, command: SendName<C>, ...args: SendArgs<C>): Value<C & CommandName>;
-  /** Sends what it is given, right or wrong; throws LumivexError. */
+  /** Sends any request; throws LumivexError. */
   sendRaw(moduleName: unknown, command: unknown, args?: object): unknown;
-  /** No event comes any more. */
+  /** Stops the events. */
   close(): void;
 
   addEventListener<T extends keyof EventDetails>(

@@ -1,5 +1,5 @@
-// Puts the page together. The media are those of examples/make-media.sh; another folder is given as
-// index.html?media=ADDRESS.
+// Puts the page together. It plays the media of examples/make-media.sh; index.html?media=URL selects
+// another folder.
 "use strict";
 
 const MEDIA = new URL(
@@ -18,15 +18,15 @@ function notify(text) {
   byId("notice").textContent = text;
 }
 
-// What the stage shows where there is no picture: these words, or else the channel.
+// Shows this text on the stage where there is no picture, or by default the channel.
 let channelPicture = "";
 function stage(text, failed = false) {
   byId("idle").textContent = text || channelPicture || "Choose a source or a channel";
   byId("idle").classList.toggle("error", failed);
 }
 
-// Runs an action on the client. An answer of false is told in these words, if there are any; an
-// error in its own. True when all went well.
+// Runs an action on the client. If it returns false, shows these words, if any; if it throws, the
+// error's message. Returns whether it succeeded.
 function attempt(words, action) {
   try {
     const done = action(tv);
@@ -39,7 +39,7 @@ function attempt(words, action) {
       throw error;
     }
     notify(error.message);
-    if (error.code === -1) {  // what the plug-in answers itself is in the list already
+    if (error.code === -1) {  // the plug-in's own replies are already in the list
       messages.error(`${error.command}: ${error.message}`);
     }
     return false;
@@ -89,7 +89,7 @@ function openNext(places) {
   buttons[at < 0 ? 0 : (at + places + buttons.length) % buttons.length].click();
 }
 
-// Keys of a remote control, by the names that a television's engine gives them.
+// Keys of a remote control, by their names in a television's engine.
 const REMOTE_KEYS = {
   MediaPlayPause: () => playerPanel.playOrPause(),
   MediaPlay: () => playerPanel.isPlaying || playerPanel.playOrPause(),
@@ -108,7 +108,7 @@ const REMOTE_KEYS = {
 };
 const BACK_KEYS = ["Escape", "Backspace", "GoBack", "BrowserBack"];
 
-// True when the key meant something.
+// Returns whether the key was handled.
 function onKey(key) {
   const inAddress = document.activeElement === byId("address") && !playerPanel.isFull;
   const typing = inAddress && byId("address").value !== "";

@@ -6,9 +6,9 @@ const SIZES = ["Boxed", "Stretched", "Full"];
 const HINT_TIME = 4000;
 const REASONS = {  // by Lumivex.ErrorType
   1: "it does not exist or cannot be read",
-  2: "the server cannot be reached, or sends nothing",
-  4: "it is no medium, or damaged",
-  5: "there is no decoder for it",
+  2: "the server cannot be reached or sends nothing",
+  4: "unknown format, or damaged",
+  5: "no decoder",
   6: "the decoder failed",
   8: "it is encrypted",
 };
@@ -20,7 +20,7 @@ function clockText(msec) {
   return `${Math.floor(seconds / 60)}:${String(seconds % 60).padStart(2, "0")}`;
 }
 
-// "English" for "eng" or "en"; "und" stands for no language, and "FAILED" for no answer.
+// "English" for "eng" or "en". "und" means no language, "FAILED" no answer.
 function languageName(code, fallback) {
   try {
     return ["und", "FAILED"].includes(code) ? fallback
@@ -37,7 +37,7 @@ class PlayerPanel {
     this._attempt = attempt;
     this._notify = notify;
     this._stage = stage;
-    this._name = "";  // of what was opened last
+    this._name = "";  // of the last source
     this._source = null;
     this._playing = false;
     this._position = 0;
@@ -94,18 +94,18 @@ class PlayerPanel {
     }
   }
 
-  // Told on the stage, where the picture is missing.
+  // Shown on the stage instead of the picture.
   _fail(reason) {
     this.leaveFull();
     this._stage(`${this._name} cannot be played${reason ? `:\n${reason}` : ""}`, true);
   }
 
-  // captions: the address of a subtitle file, if there is one.
+  // captions: the URL of a subtitle file, if any.
   open({name, url, captions}) {
     this.stop();
     this._name = name;
     this._stage(`Opening ${name} \u2026`);
-    // Opening blocks the page, so let it show the words first.
+    // Opening blocks the page, so let it draw this text first.
     requestAnimationFrame(() => setTimeout(() => {
       this._place();
       if (!this._attempt("", ({player}) => player.setDataSource(url))) {
@@ -126,9 +126,9 @@ class PlayerPanel {
 
   playOrPause() {
     if (this._playing) {
-      this._playing = !this._attempt("Pausing is refused", ({player}) => player.pause());
+      this._playing = !this._attempt("Cannot pause", ({player}) => player.pause());
     } else {
-      this._playing = this._attempt("There is nothing to play", ({player}) =>
+      this._playing = this._attempt("Nothing to play", ({player}) =>
         this._source !== null && (player.resume() || player.start()));
       this._ended = this._ended && !this._playing;
     }
@@ -139,7 +139,7 @@ class PlayerPanel {
   stop() {
     this.leaveFull();
     if (this._source) {
-      this._attempt("Stopping is refused", ({player}) => player.stop());
+      this._attempt("Cannot stop", ({player}) => player.stop());
     }
     this._source = null;
     this._end();
@@ -153,7 +153,7 @@ class PlayerPanel {
 
   seekBy(msec) {
     const target = Math.max(0, Math.min(this._position + msec, this._duration));
-    if (this._attempt("Seeking is refused", ({player}) => player.seekTo(target))) {
+    if (this._attempt("Cannot seek", ({player}) => player.seekTo(target))) {
       this._playing = this._playing || this._ended;  // after the end a seek plays on
       this._ended = false;
       this._showCaption("");
@@ -215,7 +215,7 @@ class PlayerPanel {
 
   _nextAudio() {
     const next = (this._audioIndex + 1) % this._audio.length;
-    if (this._attempt("This track cannot be selected",
+    if (this._attempt("Cannot select this track",
       ({player}) => player.selectTrack(Lumivex.TrackType.AUDIO, next))) {
       this._audioIndex = next;
     }
@@ -225,7 +225,7 @@ class PlayerPanel {
   _nextText() {
     const next = (this._text + 1) % this._texts.length;
     const {uri, index} = this._texts[next];
-    if (this._attempt("These subtitles cannot be shown", ({player}) =>
+    if (this._attempt("Cannot show these subtitles", ({player}) =>
       uri ? player.setTimedTextSource(uri)
         : index === undefined || player.selectTrack(Lumivex.TrackType.SUBTITLE, index))) {
       this._text = next;
@@ -236,7 +236,7 @@ class PlayerPanel {
 
   _nextSpeed() {
     const speed = SPEEDS[(SPEEDS.indexOf(this._speed) + 1) % SPEEDS.length];
-    if (this._attempt("This speed is refused", ({player}) => player.setPlaybackSpeed(speed))) {
+    if (this._attempt("Cannot play at this speed", ({player}) => player.setPlaybackSpeed(speed))) {
       this._speed = speed;
     }
     this._show();
@@ -250,8 +250,7 @@ class PlayerPanel {
     this._show();
   }
 
-  // What a viewer of the full picture has to know, with the progress line; for a while or until the
-  // next.
+  // Shows a text and the progress line below the full picture, for a while or until the next text.
   sign(text, lasts = false) {
     clearTimeout(this._signTimer);
     this._signText = text;
@@ -261,7 +260,7 @@ class PlayerPanel {
     this._showStrip();
   }
 
-  // The video lies above the page, so a text needs a place where there is none.
+  // The video covers the page, so texts go to a strip below it.
   _showStrip() {
     byId("sign").textContent = this._signText;
     byId("full-caption").textContent = byId("caption").textContent;
@@ -279,7 +278,7 @@ class PlayerPanel {
   }
 
   _place() {
-    const strip = byId("strip").getBoundingClientRect();  // of no height when it is hidden
+    const strip = byId("strip").getBoundingClientRect();  // height 0 if hidden
     const box = this.isFull
       ? {x: 0, y: 0, width: innerWidth, height: innerHeight - strip.height}
       : byId("picture").getBoundingClientRect();

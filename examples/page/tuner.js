@@ -1,5 +1,5 @@
-// The broadcast side of the page. The tuner has no list of its services, so the page brings one:
-// this is the line-up of the simulated tuner.
+// The broadcast side of the page. The tuner does not list its services, so the page has its own list,
+// that of the simulated tuner.
 "use strict";
 
 const CHANNELS = [
@@ -13,18 +13,18 @@ const CHANNELS = [
   {type: 1, name: "Cable Kids", major: 112, minor: 1, programNum: 21, transportStreamID: 8194},
   {type: 1, name: "Cable Preview", major: 112, minor: 2, programNum: 22, transportStreamID: 8194},
 ];
-const TUNE_TIME = 1500;  // without an event by then there is no signal
-const ENTRY_TIME = 1500;  // a number is whole when no further digit comes
+const TUNE_TIME = 1500;  // no event by then means no signal
+const ENTRY_TIME = 1500;  // without a further digit, the number is complete
 
 class TunerPanel {
-  // attempt: see page.js. onTune is called before a channel is tuned; showPicture(text, failed)
-  // gets what stands in for the channel's picture, announce(text) what is said of its number.
+  // attempt: see page.js. onTune is called before tuning. showPicture(text, failed) shows a text in
+  // place of the channel's picture, announce(text) the number being entered.
   constructor(tv, attempt, {onTune, showPicture, announce}) {
     this._attempt = attempt;
     this._onTune = onTune;
     this._showPicture = showPicture;
     this._announce = announce;
-    this._entry = "";  // digits of a channel's number
+    this._entry = "";  // digits so far
     this._channel = null;
     this._tuned = false;
     this._band = 0;
@@ -87,7 +87,7 @@ class TunerPanel {
     if (channel) {
       this._tune(channel);
     } else {
-      this._say(`There is no channel ${this._entry}`);
+      this._say(`Unknown channel ${this._entry}`);
     }
     this._entry = "";
   }
@@ -103,7 +103,7 @@ class TunerPanel {
     this._onTune();
     if (!this._attempt("",
       ({tuner}) => tuner.setChannelType(type) && tuner.tuneRFChannel(place))) {
-      this._showPicture(`${name} is refused`, true);
+      this._showPicture(`Cannot tune to ${name}`, true);
       return;
     }
     this._channel = channel;
@@ -120,12 +120,12 @@ class TunerPanel {
     clearTimeout(this._timer);
     this._tuned = tuned;
     byId("tuned").textContent = text;
-    this._showPicture(tuned ? `${text}\nOn a desktop channels have no picture` : text);
+    this._showPicture(tuned ? `${text}\nChannels have no picture on a desktop` : text);
     this._showTracks();
   }
 
   _nextTrack(trackType) {
-    this._attempt("This track cannot be selected", ({tuner}) => tuner.selectRFTrack(
+    this._attempt("Cannot select this track", ({tuner}) => tuner.selectRFTrack(
       trackType, (tuner.getSelectedRFTrack(trackType) + 1) % tuner.getNumOfRFTracks(trackType)));
     this._showTracks();
   }
@@ -133,7 +133,7 @@ class TunerPanel {
   // Off, then each language in turn.
   _nextSubtitle() {
     const {SUBTITLE} = Lumivex.TrackType;
-    this._attempt("These subtitles cannot be shown", ({tuner}) => {
+    this._attempt("Cannot show these subtitles", ({tuner}) => {
       const shown = tuner.getRFSubtitleStatus() === true;
       const next = shown ? tuner.getSelectedRFTrack(SUBTITLE) + 1 : 0;
       return next === tuner.getNumOfRFTracks(SUBTITLE)

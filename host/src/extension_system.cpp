@@ -17,7 +17,7 @@ std::string TextOf(VarTable& vars, PP_Var var) {
   return text == nullptr ? "" : std::string(text, length);
 }
 
-// "/privilege/x" of "http://host/privilege/x"; empty when the text is no such URI.
+// "/privilege/x" of "http://host/privilege/x"; empty for any other text.
 std::string PathOf(const std::string& uri) {
   const std::string scheme = "http://";
   if (uri.compare(0, scheme.size(), scheme) != 0) {

@@ -121,8 +121,8 @@ test("failures are thrown", () => {
   gone.element.postMessageAndAwaitResponse = () => { throw new Error("gone"); };
   for (const [tv, code, name, message] of [
     [recorded(refused).tv, 11, "InvalidStateError", "InvalidStateError"],
-    [recorded().tv, -1, "PluginError", "The plug-in does not answer"],
-    [gone.tv, -1, "PluginError", "The plug-in does not answer: gone"],
+    [recorded().tv, -1, "PluginError", "The plug-in does not reply"],
+    [gone.tv, -1, "PluginError", "The plug-in does not reply: gone"],
     [new Lumivex(new EventTarget()), -1, "PluginError", "The element has no plug-in"],
   ]) {
     assert.throws(() => tv.player.start(), (error) => {
