@@ -65,7 +65,7 @@ QUrl AddressOf(const std::string& page) {
       throw CLI::ValidationError("PAGE", "File does not exist: " + file.string());
     }
   }
-  if (!address.isValid()) {
+  if (!address.isValid() || (address.scheme().startsWith("http") && address.host().isEmpty())) {
     throw CLI::ValidationError("PAGE", "invalid address \"" + page + "\"");
   }
   return address;

@@ -25,7 +25,7 @@ with the line of the script and the time since the start; on a terminal it is fo
 
 Exit status:
   0      success
-  1      the plug-in cannot be loaded, or a message got no reply in time
+  1      the plug-in cannot be loaded, a message got no reply in time, or input or output failed
   2      a line of the script is invalid
   3      $waitFor timed out
   4      the plug-in misbehaved, for example leaked a value

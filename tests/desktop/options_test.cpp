@@ -33,6 +33,7 @@ TEST(Options, RefusesWhatItDoesNotUnderstand) {
       {{"--sysroot", "/nowhere"}, "--sysroot: Directory does not exist"},
       {{"--devtools", "65536"}, "--devtools: Value 65536 not in range 1 to 65535"},
       {{"localhost:65536"}, "PAGE: invalid address \"localhost:65536\""},
+      {{"http://"}, "PAGE: invalid address \"http://\""},
       {{"/nowhere/page.html"}, "File does not exist: /nowhere/page.html"},
   };
   for (const auto& [arguments, words] : kCases) {
