@@ -37,7 +37,7 @@ HttpServer::HttpServer(const std::string& folder, const Options& options)
       if (options.stall_after > 0) {
         size = std::min(size, options.stall_after - std::min(options.stall_after, at));
       }
-      if (size > 0 && !sink.write(body.data() + at, size)) {
+      if (size > 0 ? !sink.write(body.data() + at, size) : options.hang_up) {
         return false;
       }
       at += size;
@@ -63,8 +63,20 @@ HttpServer::HttpServer(const std::string& folder, const Options& options)
       return;
     }
     const auto type = kContentTypes.find(path.substr(std::min(path.rfind('.'), path.size())));
+    const char* const mime =
+        type == kContentTypes.end() ? "application/octet-stream" : type->second;
+    if (!options.ranges) {
+      response.status = 200;
+      response.set_chunked_content_provider(
+          mime, [body, send](std::size_t /*at*/, httplib::DataSink& sink) {
+            const bool sent = send(body, 0, body.size(), sink);
+            sink.done();
+            return sent;
+          });
+      return;
+    }
     response.set_content_provider(
-        body.size(), type == kContentTypes.end() ? "application/octet-stream" : type->second,
+        body.size(), mime,
         [body, send](std::size_t at, std::size_t length, httplib::DataSink& sink) {
           return send(body, at, length, sink);
         });

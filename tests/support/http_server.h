@@ -19,6 +19,8 @@ class HttpServer {
     std::size_t bytes_per_second = 0;  // 0: as fast as it goes
     // Nothing behind this place of a file is ever sent; the connection stays open.
     std::size_t stall_after = 0;  // 0: never
+    bool hang_up = false;         // there the connection ends instead
+    bool ranges = true;           // false: sends whole files only, and not how long they are
     bool answer = true;           // false: takes connections and requests and says nothing
   };
 

@@ -1,19 +1,12 @@
 // Sources on a server, adaptive media, and everything that goes wrong with a source.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
-
 #include "http_server.h"
 #include "player_harness.h"
+#include "slurp.h"
+#include "wait_until.h"
 
 namespace {
-
-std::string ReadAll(const std::string& path) {
-  std::ostringstream contents;
-  contents << std::ifstream(path, std::ios::binary).rdbuf();
-  return contents.str();
-}
 
 // Every run of percentages begins below 100, ends with its only 100, and repeats none in a row.
 void ExpectWholePeriods(const Recorder& recorder) {
@@ -27,43 +20,53 @@ void ExpectWholePeriods(const Recorder& recorder) {
   EXPECT_EQ(100U, previous);
 }
 
-TEST(Network, BuffersASlowStream) {
+TEST(Network, HoldsWhenItRunsDry) {
   HttpServer::Options slow;
-  slow.bytes_per_second = 100000;  // about four times what the clip needs
-  const HttpServer server(ZUNO_TEST_MEDIA, slow);
+  slow.bytes_per_second = 6000;  // of 8000 that it needs
+  const HttpServer server(ScratchFolder(), slow);
+  WriteFile("slow.wav", Wave(20));
   Rig rig;
-  ASSERT_TRUE(rig.PlayFile(server.Url("clip.webm")));
-  ASSERT_TRUE(rig.recorder.WaitFor(kBuffering, 2, Patience(4000)));
-  EXPECT_TRUE(rig.WaitForPosition(1000));
+  ASSERT_TRUE(rig.PlayFile(server.Url("slow.wav")));
+  const auto buffers = [&rig](bool still) {
+    return WaitUntil(Patience(8000), [&] {
+      return (rig.recorder.Notes(kBuffering).back().percent < 100) == still;
+    });
+  };
+  ASSERT_TRUE(rig.WaitForPosition(100));
+  for (const bool paused : {false, true}) {
+    SCOPED_TRACE(paused);
+    ASSERT_TRUE(buffers(true));
+    EXPECT_EQ(paused, paused && rig.player->Pause());
+    const int position = rig.Position();
+    ASSERT_TRUE(buffers(false));
+    SleepFor(paused ? 500 : 0);
+    EXPECT_NEAR(position, rig.Position(), Slack(100));
+    EXPECT_EQ(paused, paused && rig.player->Resume());
+    ASSERT_TRUE(rig.WaitForPosition(position + 300));
+  }
+  ASSERT_TRUE(buffers(true));
+  ASSERT_TRUE(rig.player->Stop());
+  SleepFor(200);
   ExpectWholePeriods(rig.recorder);
   EXPECT_TRUE(rig.recorder.Errors().empty());
 }
 
-TEST(Network, PauseDuringBufferingHolds) {
-  HttpServer::Options slow;
-  slow.bytes_per_second = 9000;
-  const HttpServer server(ScratchFolder(), slow);
-  WriteFile("slow.wav", Wave(20));
-  Rig rig;
-  ASSERT_TRUE(rig.PlayFile(server.Url("slow.wav")));
-  ASSERT_TRUE(rig.player->Pause());
-  const int position = rig.Position();
-  SleepFor(4000);
-  EXPECT_NEAR(position, rig.Position(), Slack(50));
-  ASSERT_TRUE(rig.player->Resume());
-}
-
-TEST(Network, StopDuringBufferingEndsThePeriod) {
-  HttpServer::Options slow;
-  slow.bytes_per_second = 9000;
-  const HttpServer server(ScratchFolder(), slow);
-  WriteFile("slow.wav", Wave(20));
-  Rig rig;
-  ASSERT_TRUE(rig.PlayFile(server.Url("slow.wav")));
-  ASSERT_TRUE(rig.recorder.WaitFor(kBuffering, 1, Patience(2000)));
-  ASSERT_TRUE(rig.player->Stop());
-  SleepFor(200);
-  ExpectWholePeriods(rig.recorder);
+TEST(Network, SeeksWhereTheServerCan) {
+  for (const bool ranges : {true, false}) {
+    SCOPED_TRACE(ranges);
+    HttpServer::Options options;
+    options.ranges = ranges;
+    const HttpServer server(ZUNO_TEST_MEDIA, options);
+    Rig rig;
+    ASSERT_TRUE(rig.PlayFile(server.Url("clip.webm")));
+    for (const int target : {15000, 3000}) {
+      const int position = rig.Position();
+      EXPECT_EQ(ranges, rig.player->Seek(target));
+      EXPECT_NEAR(ranges ? target : position, rig.Position(), Slack(300));
+      EXPECT_TRUE(rig.WaitForPosition(rig.Position() + 300));
+    }
+    EXPECT_TRUE(rig.recorder.Errors().empty());
+  }
 }
 
 TEST(Network, PlaysAnAdaptiveMedium) {
@@ -124,11 +127,13 @@ TEST(Network, BitratesComeInThePlaylistsOrder) {
 }
 
 TEST(Errors, EachBadSourceGivesOneMessageAndAGoodOnePlaysAfterwards) {
-  HttpServer::Options mute;
-  mute.answer = false;
+  HttpServer::Options options;
   const HttpServer server(ZUNO_TEST_MEDIA);
-  const HttpServer mute_server(ZUNO_TEST_MEDIA, mute);
-  const std::string clip = ReadAll(Media("clip.webm"));
+  options.bytes_per_second = 50;
+  const HttpServer trickling_server(ZUNO_TEST_MEDIA, options);
+  options.answer = false;
+  const HttpServer mute_server(ZUNO_TEST_MEDIA, options);
+  const std::string clip = Slurp(Media("clip.webm"));
   std::string noise(200000, '\0');
   unsigned int state = 1;
   for (char& byte : noise) {
@@ -138,7 +143,8 @@ TEST(Errors, EachBadSourceGivesOneMessageAndAGoodOnePlaysAfterwards) {
   struct Row {
     const char* what;
     std::string source;
-    int error;  // -1: refused without one
+    int error;        // -1: refused without one
+    int seconds = 1;  // so long it takes at most
   };
   const Row rows[] = {
       {"no text", "", -1},
@@ -150,7 +156,8 @@ TEST(Errors, EachBadSourceGivesOneMessageAndAGoodOnePlaysAfterwards) {
        134},
       {"unknown host", "http://host.invalid/clip.webm", 134},
       {"missing on the server", server.Url("missing.webm"), 134},
-      {"silent server", mute_server.Url("clip.webm"), 134},
+      {"silent server", mute_server.Url("clip.webm"), 134, 6},
+      {"trickling server", trickling_server.Url("clip.webm"), 134, 11},
       {"empty file", WriteFile("empty.webm", ""), 182},
       {"plain text", WriteFile("text.webm", std::string(2000, 'x')), 182},
       {"noise", WriteFile("noise.webm", noise), 182},
@@ -158,7 +165,7 @@ TEST(Errors, EachBadSourceGivesOneMessageAndAGoodOnePlaysAfterwards) {
       {"playlist of missing segments",
        WriteFile("gone.m3u8",
                  "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\nno.ts\n#EXT-X-ENDLIST\n"),
-       186},
+       186, 3},
   };
   Rig rig;
   for (const Row& row : rows) {
@@ -166,7 +173,7 @@ TEST(Errors, EachBadSourceGivesOneMessageAndAGoodOnePlaysAfterwards) {
     rig.recorder.Clear();
     const auto begin = TestClock::now();
     EXPECT_FALSE(rig.player->InitPlayer(row.source.c_str(), 0));
-    EXPECT_LT(MillisecondsSince(begin), Slack(12000));
+    EXPECT_LT(MillisecondsSince(begin), Slack(1000 * row.seconds + 500));
     EXPECT_FALSE(rig.player->Play(0));
     if (row.error >= 0) {
       rig.recorder.WaitFor(row.error, 1, Patience(1000));
@@ -185,20 +192,26 @@ TEST(Errors, EachBadSourceGivesOneMessageAndAGoodOnePlaysAfterwards) {
   EXPECT_FALSE(rig.player->InitPlayer(nullptr, 0));
 }
 
-TEST(Errors, AServerThatStopsInTheMiddleIsReportedOnce) {
-  HttpServer::Options options;
-  options.stall_after = 20000;
-  const HttpServer server(ScratchFolder(), options);
+TEST(Errors, AServerThatGivesUpInTheMiddleIsReportedOnce) {
   WriteFile("stalls.wav", Wave(20));
-  Rig rig;
-  ASSERT_TRUE(rig.PlayFile(server.Url("stalls.wav")));
-  ASSERT_TRUE(rig.recorder.WaitFor(134, 1, Patience(20000)));
-  SleepFor(300);
-  EXPECT_EQ(1U, rig.recorder.Errors().size());
-  EXPECT_EQ(-1, rig.Position());
-  EXPECT_FALSE(rig.player->Resume());
-  EXPECT_TRUE(rig.recorder.Notes(kEndOfStream).empty());
-  EXPECT_TRUE(rig.PlayFile(Media("clip.webm")));
+  for (const bool hang_up : {true, false}) {
+    SCOPED_TRACE(hang_up);
+    HttpServer::Options options;
+    options.stall_after = 20000;
+    options.hang_up = hang_up;
+    const HttpServer server(ScratchFolder(), options);
+    Rig rig;
+    const auto begin = TestClock::now();
+    EXPECT_TRUE(rig.PlayFile(server.Url("stalls.wav")) || hang_up);
+    ASSERT_TRUE(rig.recorder.WaitFor(134, 1, Patience(5000)));
+    EXPECT_LT(MillisecondsSince(begin), Slack(hang_up ? 1500 : 13000));
+    SleepFor(300);
+    EXPECT_EQ(1U, rig.recorder.Errors().size());
+    EXPECT_EQ(-1, rig.Position());
+    EXPECT_FALSE(rig.player->Resume());
+    EXPECT_TRUE(rig.recorder.Notes(kEndOfStream).empty());
+    EXPECT_TRUE(rig.PlayFile(Media("clip.webm")));
+  }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Playing, pausing, seeking and speed, measured against the clock on real media.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <functional>
@@ -11,18 +12,17 @@
 
 namespace {
 
-// How far playing gets in about so much time, and the time that really went by, in milliseconds.
-struct Progress {
-  int position;
-  double time;
-};
-
-Progress ProgressIn(const Rig& rig, int msec) {
-  const auto begin = TestClock::now();
+// Playing gets as far in so much time as the clock at this speed: however late this thread reads
+// either, the one lies within what the other allows.
+void ExpectProgress(const Rig& rig, int msec, double speed, int tolerance = 100) {
+  const auto before = TestClock::now();
   const int first = rig.Position();
+  const auto begin = TestClock::now();
   SleepFor(msec);
-  const int last = rig.Position();
-  return {last - first, static_cast<double>(MillisecondsSince(begin))};
+  const int least = MillisecondsSince(begin);
+  const int progress = rig.Position() - first;
+  EXPECT_GE(progress, speed * (least - Slack(tolerance)));
+  EXPECT_LE(progress, speed * (MillisecondsSince(before) + Slack(tolerance)));
 }
 
 TEST(Playback, OpensEverySpellingOfASource) {
@@ -41,11 +41,7 @@ TEST(Playback, OpensEverySpellingOfASource) {
     SCOPED_TRACE(source);
     rig.recorder.Clear();
     ASSERT_TRUE(rig.player->InitPlayer(source.c_str(), 0));
-    int width = 0;
-    int height = 0;
-    EXPECT_TRUE(rig.player->GetResolution(&width, &height));
-    EXPECT_EQ(640, width);
-    EXPECT_EQ(360, height);
+    EXPECT_EQ(std::pair(640, 360), rig.Resolution());
     EXPECT_NEAR(20000, rig.Duration(), 100);
     EXPECT_EQ(0, rig.Position());
     EXPECT_TRUE(rig.recorder.WaitFor(kResolution, 1, Patience(1000)));
@@ -57,27 +53,31 @@ TEST(Playback, OpensEverySpellingOfASource) {
 TEST(Playback, KeepsTimeAndReportsItEvery250Ms) {
   Rig rig;
   ASSERT_TRUE(rig.PlayFile(Media("clip.webm")));
-  SleepFor(500);
+  ASSERT_TRUE(rig.WaitForPosition(300));
   rig.recorder.Clear();
-  Progress progress = ProgressIn(rig, 3000);
-  const auto reports = rig.recorder.Reports();
-  EXPECT_NEAR(progress.time, progress.position, Slack(300));
-  EXPECT_NEAR(progress.time / 250, static_cast<double>(reports.size()), Slack(2));
-  ASSERT_GE(reports.size(), 2U);
+  const auto begin = TestClock::now();
+  ExpectProgress(rig, 3000, 1);
+  const std::vector<int> reports = rig.recorder.Reports();
+  EXPECT_LE(reports.size(), static_cast<std::size_t>(MillisecondsSince(begin)) / 250 + 1);
+  ASSERT_GE(reports.size(), 6U);
+  std::vector<int> gaps;
   for (std::size_t i = 1; i < reports.size(); ++i) {
-    EXPECT_GT(reports[i].position, reports[i - 1].position);
-    EXPECT_NEAR(250, static_cast<double>(reports[i].position - reports[i - 1].position),
-                Slack(150));
+    gaps.push_back(reports[i] - reports[i - 1]);
   }
+  // One may be late, and the next one not.
+  std::sort(gaps.begin(), gaps.end());
+  EXPECT_GE(gaps.front(), 100);
+  EXPECT_NEAR(250, gaps[gaps.size() / 2], Slack(30));
 
   ASSERT_TRUE(rig.player->Pause());
   SleepFor(Slack(50));  // a report that was under way
   rig.recorder.Clear();
-  EXPECT_NEAR(0, ProgressIn(rig, 1000).position, 1);
+  const int position = rig.Position();
+  SleepFor(1000);
+  EXPECT_NEAR(position, rig.Position(), 1);
   EXPECT_TRUE(rig.recorder.Reports().empty());
   ASSERT_TRUE(rig.player->Resume());
-  progress = ProgressIn(rig, 1000);
-  EXPECT_NEAR(progress.time, progress.position, Slack(250));
+  ExpectProgress(rig, 1000, 1);
   EXPECT_FALSE(rig.recorder.Reports().empty());
 
   ASSERT_TRUE(rig.player->Stop());
@@ -98,10 +98,12 @@ TEST(Playback, SeeksExactly) {
   ASSERT_TRUE(rig.player->Seek(3000));
   ASSERT_TRUE(rig.player->Play(0));
   for (const int target : {15000, 2000, 9876}) {
+    const auto begin = TestClock::now();
     ASSERT_TRUE(rig.player->Seek(target)) << target;
-    EXPECT_NEAR(target, rig.Position(), Slack(300));
-    const Progress progress = ProgressIn(rig, 500);
-    EXPECT_NEAR(progress.time, progress.position, Slack(200));
+    const int position = rig.Position();
+    EXPECT_GE(position, target - 1);
+    EXPECT_LE(position, target + MillisecondsSince(begin));
+    ExpectProgress(rig, 500, 1);
   }
   ASSERT_TRUE(rig.player->Pause());
   ASSERT_TRUE(rig.player->Seek(7000));
@@ -118,10 +120,7 @@ TEST(Playback, StartsAtTheOffset) {
   ASSERT_TRUE(rig.player->InitPlayer(Media("clip.webm").c_str(), 12500));
   EXPECT_NEAR(12500, rig.Position(), 1);
   ASSERT_TRUE(rig.player->Play(0));
-  const auto begin = TestClock::now();
-  SleepFor(1000);
-  const int position = rig.Position();
-  EXPECT_NEAR(12500 + MillisecondsSince(begin), position, Slack(250));
+  ExpectProgress(rig, 1000, 1);
   for (const unsigned int beyond : {21000U, 4294967295U}) {
     EXPECT_FALSE(rig.player->InitPlayer(Media("clip.webm").c_str(), beyond)) << beyond;
     EXPECT_FALSE(rig.player->Play(0));
@@ -134,18 +133,11 @@ TEST(Playback, PlaysAtOtherSpeeds) {
   for (const float speed : {2.0F, 0.5F, 4.0F, 1.0F}) {
     SCOPED_TRACE(speed);
     ASSERT_TRUE(rig.player->SetPlaySpeed(speed));
-    const Progress progress = ProgressIn(rig, 1500);
-    EXPECT_NEAR(static_cast<double>(speed) * progress.time, progress.position,
-                Slack(375) * static_cast<double>(speed));
+    ExpectProgress(rig, 1500, static_cast<double>(speed));
   }
-  const float refused[] = {0.0F,
-                           -1.0F,
-                           1e-30F,
-                           1e30F,
-                           std::numeric_limits<float>::quiet_NaN(),
-                           std::numeric_limits<float>::infinity(),
-                           -std::numeric_limits<float>::infinity()};
-  for (const float speed : refused) {
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  for (const float speed :
+       {0.0F, -1.0F, 1e-30F, 1e30F, std::nanf(""), kInfinity, -kInfinity, 1.0F / 17, 17.0F}) {
     EXPECT_FALSE(rig.player->SetPlaySpeed(speed)) << speed;
   }
   // Set while paused, it holds the position and counts from Resume on.
@@ -157,8 +149,7 @@ TEST(Playback, PlaysAtOtherSpeeds) {
   SleepFor(300);
   EXPECT_NEAR(position, rig.Position(), 5);
   ASSERT_TRUE(rig.player->Resume());
-  const Progress progress = ProgressIn(rig, 1000);
-  EXPECT_NEAR(2 * progress.time, progress.position, Slack(500));
+  ExpectProgress(rig, 1000, 2);
 }
 
 TEST(Playback, TellsTheEndOnceAndStartsOver) {
@@ -169,11 +160,10 @@ TEST(Playback, TellsTheEndOnceAndStartsOver) {
   EXPECT_EQ(1U, rig.recorder.Notes(kEndOfStream).size());
   EXPECT_NEAR(rig.Duration(), rig.Position(), 1);
   EXPECT_FALSE(rig.player->Pause());
-  ASSERT_TRUE(rig.player->Play(0));
   const auto begin = TestClock::now();
-  SleepFor(800);
-  const int position = rig.Position();
-  EXPECT_NEAR(MillisecondsSince(begin), position, Slack(300));
+  ASSERT_TRUE(rig.player->Play(0));
+  ASSERT_TRUE(rig.WaitForPosition(500));
+  EXPECT_LE(rig.Position(), MillisecondsSince(begin));
   // Seeking to the very end gets there as well, from which a seek goes on playing.
   ASSERT_TRUE(rig.player->Seek(rig.Duration()));
   ASSERT_TRUE(rig.recorder.WaitFor(kEndOfStream, 2, Patience(2000)));
@@ -186,82 +176,59 @@ TEST(Playback, SoundAloneHasNoResolution) {
   Rig rig;
   ASSERT_TRUE(rig.PlayFile(WriteFile("sound.wav", Wave(3)), 1000));
   EXPECT_NEAR(3000, rig.Duration(), 1);
-  int width = 0;
-  int height = 0;
-  EXPECT_FALSE(rig.player->GetResolution(&width, &height));
+  EXPECT_EQ(std::pair(-1, -1), rig.Resolution());
   EXPECT_TRUE(rig.recorder.WaitFor(kEndOfStream, 1, Patience(4000)));
   EXPECT_TRUE(rig.recorder.Notes(kResolution).empty());
 }
 
-// The table of states beside the engine, row by row.
+// By the table of docs/page-api.md; '+' accepts.
 TEST(Playback, AnswersByState) {
-  struct Row {
-    const char* state;
-    std::function<bool(Rig*)> reach;
-    bool play, pause, resume, seek, speed, stop, getters;
-  };
   const std::string clip = Media("clip.webm");
   const auto init = [&clip](Rig* s) { return s->player->InitPlayer(clip.c_str(), 0); };
   const auto play = [&](Rig* s) { return init(s) && s->player->Play(0); };
-  const Row rows[] = {
-      {"empty", [](Rig*) { return true; }, false, false, false, false, false, true, false},
-      {"ready", init, true, false, false, true, true, true, true},
-      {"playing", play, false, true, false, true, true, true, true},
-      {"paused", [&](Rig* s) { return play(s) && s->player->Pause(); }, true, false, true, true,
-       true, true, true},
+  const struct {
+    const char* operation;
+    std::function<bool(Rig*)> call;
+  } columns[] = {{"Play", [](Rig* s) { return s->player->Play(0); }},
+                 {"Pause", [](Rig* s) { return s->player->Pause(); }},
+                 {"Resume", [](Rig* s) { return s->player->Resume(); }},
+                 {"Seek", [](Rig* s) { return s->player->Seek(1000); }},
+                 {"SetPlaySpeed", [](Rig* s) { return s->player->SetPlaySpeed(1.5F); }},
+                 {"Stop", [](Rig* s) { return s->player->Stop(); }},
+                 {"GetCurrentPosition", [](Rig* s) { return s->Position() >= 0; }},
+                 {"GetDuration", [](Rig* s) { return s->Duration() >= 0; }},
+                 {"GetResolution", [](Rig* s) { return s->Resolution().first >= 0; }},
+                 {"GetTotalNumOfStreamID",
+                  [](Rig* s) {
+                    int count = 0;
+                    return s->player->GetTotalNumOfStreamID(1, &count);
+                  }},
+                 {"SetStreamID", [](Rig* s) { return s->player->SetStreamID(1, 0); }}};
+  const struct {
+    const char* state;
+    std::function<bool(Rig*)> reach;
+    std::string answers;
+  } rows[] = {
+      {"none", [](Rig*) { return true; }, "-----+-----"},
+      {"opened", init, "+--++++++++"},
+      {"playing", play, "-+-++++++++"},
+      {"paused", [&](Rig* s) { return play(s) && s->player->Pause(); }, "+-+++++++++"},
       {"ended",
        [&](Rig* s) {
          return s->PlayFile(clip, 19900) && s->recorder.WaitFor(kEndOfStream, 1, Patience(3000));
        },
-       true, false, false, true, false, true, true},
-      {"stopped", [&](Rig* s) { return play(s) && s->player->Stop(); }, true, false, false, false,
-       false, true, false},
-      {"failed", [](Rig* s) { return !s->player->InitPlayer("/nonexistent", 0); }, false, false,
-       false, false, false, true, false},
+       "+--+-++++++"},
+      {"stopped", [&](Rig* s) { return play(s) && s->player->Stop(); }, "+----+-----"},
+      {"failed", [](Rig* s) { return !s->player->InitPlayer("/nonexistent", 0); }, "-----+-----"},
   };
-  struct Column {
-    const char* operation;
-    bool Row::*expected;
-    std::function<bool(IZunoPlayer*)> call;
-  };
-  const Column columns[] = {
-      {"Play", &Row::play, [](IZunoPlayer* p) { return p->Play(0); }},
-      {"Pause", &Row::pause, [](IZunoPlayer* p) { return p->Pause(); }},
-      {"Resume", &Row::resume, [](IZunoPlayer* p) { return p->Resume(); }},
-      {"Seek", &Row::seek, [](IZunoPlayer* p) { return p->Seek(1000); }},
-      {"SetPlaySpeed", &Row::speed, [](IZunoPlayer* p) { return p->SetPlaySpeed(1.5F); }},
-      {"Stop", &Row::stop, [](IZunoPlayer* p) { return p->Stop(); }},
-      {"GetCurrentPosition", &Row::getters,
-       [](IZunoPlayer* p) {
-         int msec = 0;
-         return p->GetCurrentPosition(&msec);
-       }},
-      {"GetDuration", &Row::getters,
-       [](IZunoPlayer* p) {
-         int msec = 0;
-         return p->GetDuration(&msec);
-       }},
-      {"GetResolution", &Row::getters,
-       [](IZunoPlayer* p) {
-         int width = 0;
-         int height = 0;
-         return p->GetResolution(&width, &height);
-       }},
-      {"GetTotalNumOfStreamID", &Row::getters,
-       [](IZunoPlayer* p) {
-         int count = 0;
-         return p->GetTotalNumOfStreamID(1, &count);
-       }},
-      {"SetStreamID", &Row::getters, [](IZunoPlayer* p) { return p->SetStreamID(1, 0); }},
-  };
-  for (const Row& row : rows) {
-    for (const Column& column : columns) {
+  for (const auto& row : rows) {
+    for (std::size_t column = 0; column < row.answers.size(); ++column) {
+      SCOPED_TRACE(std::string(columns[column].operation) + " when " + row.state);
       Rig rig;
-      ASSERT_TRUE(row.reach(&rig)) << row.state;
-      EXPECT_EQ(row.*column.expected, column.call(rig.player.get()))
-          << column.operation << " when " << row.state;
+      ASSERT_TRUE(row.reach(&rig));
+      EXPECT_EQ(row.answers[column] == '+', columns[column].call(&rig));
       // Whatever was refused or done, a new source plays.
-      EXPECT_TRUE(play(&rig)) << column.operation << " when " << row.state;
+      EXPECT_TRUE(play(&rig));
     }
   }
 }

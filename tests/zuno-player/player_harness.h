@@ -6,9 +6,9 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "IZunoPlayer.h"
@@ -19,9 +19,6 @@ constexpr int kBuffering = 131;
 constexpr int kTimedText = 132;
 constexpr int kDrmData = 181;
 constexpr int kResolution = 185;
-// Every message that the plug-in takes for an error.
-bool IsError(int id);
-
 using TestClock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
@@ -39,19 +36,14 @@ std::string WriteFile(const std::string& name, const std::string& contents);
 // A sound file, 8000 bytes a second.
 std::string Wave(unsigned int seconds);
 
-// Keeps what the two callbacks deliver. Any thread.
+// Keeps what the two callbacks deliver, which come from one thread and never two at once.
 class Recorder {
  public:
   struct Note {
-    TestClock::time_point time;
     int id;
     std::string text;  // of a cue, or DRM data
     unsigned int percent;
     bool has_record;
-  };
-  struct Report {
-    TestClock::time_point time;
-    unsigned long position;
   };
 
   static int OnMessage(int id, void* param, void* user_data);
@@ -60,61 +52,44 @@ class Recorder {
   std::vector<Note> Notes() const;
   std::vector<Note> Notes(int id) const;
   std::vector<Note> Errors() const;
-  std::vector<Report> Reports() const;
+  std::vector<int> Reports() const;
   std::vector<std::string> Texts() const;
   // False when so many messages of the id have not come in time.
   bool WaitFor(int id, std::size_t count, milliseconds limit) const;
   void Clear();
 
-  // What every test may ask at its end: the callbacks came from one thread, never two at once.
-  bool overlapped() const;
-  std::size_t thread_count() const;
-
   // Called from inside the message callback, on the player's thread. Set before the player runs.
   std::function<void(int id)> inside;
 
  private:
-  void Enter();
-  void Leave();
+  class Visit;
 
   mutable std::mutex mutex_;
   mutable std::condition_variable changed_;
   std::vector<Note> notes_;
-  std::vector<Report> reports_;
-  std::set<std::thread::id> threads_;
+  std::vector<int> reports_;
+  std::thread::id thread_;
   int depth_ = 0;
-  bool overlapped_ = false;
 };
 
-// The library opened as the plug-in opens it.
-class Library {
- public:
-  Library();
-  ~Library();
-  Library(const Library&) = delete;
-  Library& operator=(const Library&) = delete;
-  std::unique_ptr<IZunoPlayer> Create() const;
-
- private:
-  void* handle_;
-};
-
-// A player with its callbacks recorded.
+// A player of the library, which is opened as the plug-in opens it, with its callbacks recorded.
 struct Rig {
   Rig();
   ~Rig();
   Rig(const Rig&) = delete;
   Rig& operator=(const Rig&) = delete;
 
-  int Position() const;  // -1 when refused
-  int Duration() const;  // -1 when refused
+  // -1 when refused.
+  int Position() const;
+  int Duration() const;
+  std::pair<int, int> Resolution() const;
   // False when playing has not got there in time.
   bool WaitForPosition(int msec) const;
   // Opens and plays; false as soon as one of the two is refused.
   bool PlayFile(const std::string& url, unsigned int offset = 0) const;
 
   Recorder recorder;
-  Library library;
+  void* library;
   std::unique_ptr<IZunoPlayer> player;
 };
 

@@ -140,10 +140,7 @@ TEST(Window, ThePictureFollowsTheRectangle) {
   EXPECT_TRUE(page.ShowsItselfAt(200, 120));
   ASSERT_TRUE(SetArea(rig, first));
   EXPECT_TRUE(page.Shows(first));
-  int width = 0;
-  int height = 0;
-  EXPECT_TRUE(rig.player->GetResolution(&width, &height));
-  EXPECT_EQ(640, width);  // the medium's, not the window's
+  EXPECT_EQ(std::pair(640, 360), rig.Resolution());  // the medium's, not the window's
   EXPECT_EQ(1U, rig.recorder.Notes(kResolution).size());
   // What lies outside is not drawn; "k" is the page's own colour.
   EXPECT_TRUE(SetArea(rig, {640, 100, 1280, 1000}));
@@ -161,8 +158,7 @@ TEST(Window, ThePictureFollowsTheRectangle) {
   // A picture on its side, of pixels that are not square.
   ASSERT_TRUE(rig.PlayFile(Media("turned.mp4")) && SetArea(rig, first));
   EXPECT_TRUE(WaitUntil(Patience(2000), [&] { return page.Bars(first, true) == "wycgmrb"; }));
-  EXPECT_TRUE(rig.player->GetResolution(&width, &height));
-  EXPECT_EQ((std::pair{240, 640}), (std::pair{width, height}));
+  EXPECT_EQ(std::pair(240, 640), rig.Resolution());
 }
 
 TEST(Window, NothingIsLeftOnTheScreen) {

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <ctime>
 #include <functional>
 #include <system_error>
 #include <utility>
@@ -28,6 +29,7 @@ constexpr milliseconds kCueIntervalMax(250);
 constexpr milliseconds kBusInterval(20);
 constexpr milliseconds kOpenLimit(10000);
 constexpr milliseconds kQuietLimit(800);
+constexpr std::clock_t kIdleWork = CLOCKS_PER_SEC / 100;  // what waiting may take itself
 constexpr milliseconds kSeekLimit(5000);
 constexpr milliseconds kPauseLimit(1000);
 constexpr milliseconds kFetchLimit(5000);
@@ -351,14 +353,19 @@ Engine::Jump Engine::JumpTo(Lock* lock, std::int64_t msec) {
                                                                            : Jump::kMissed;
 }
 
-// Also reads the bus, so that an error ends the wait, as does a bus that says nothing for so long.
+// Also reads the bus, so that an error ends the wait, as does a standstill for so long: the bus
+// says nothing, and the process, which others may keep from working, does not work either.
 bool Engine::WaitUntilSettled(Lock* lock, Clock::duration limit, Clock::duration quiet_limit) {
   const Clock::time_point deadline = Clock::now() + limit;
   const auto settles = [](Pipeline* pipeline) { return pipeline->Settles(kBusInterval); };
   Clock::time_point quiet_since = Clock::now();
+  std::clock_t work = std::clock();
   bool settled = false;
   while (true) {
-    quiet_since = DrainBus(lock) ? Clock::now() : quiet_since;
+    if (DrainBus(lock) || std::clock() - work > kIdleWork) {
+      quiet_since = Clock::now();
+      work = std::clock();
+    }
     if (pipeline_ == nullptr || settled || quit_ || Clock::now() >= deadline ||
         (!adaptive_ && Clock::now() >= quiet_since + quiet_limit)) {
       return pipeline_ != nullptr && settled;
@@ -445,9 +452,12 @@ bool Engine::DescribeTrack(int stream_type,
     return false;
   }
   if (stream_type == kStreamTimedText) {
+    if (!cues_.loaded() || index != 0) {
+      return false;
+    }
     *language = cue_language_;
     *description = cue_title_;
-    return cues_.loaded() && index == 0;
+    return true;
   }
   return pipeline_->DescribeTrack(stream_type, index, language, description);
 }
@@ -519,8 +529,7 @@ void Engine::WaitForCallback(Lock* lock) {
 }
 
 bool Engine::IsLoaded() const {
-  return pipeline_ != nullptr && (state_ == State::kReady || state_ == State::kPlaying ||
-                                  state_ == State::kPaused || state_ == State::kEnded);
+  return pipeline_ != nullptr && state_ >= State::kReady && state_ <= State::kEnded;
 }
 
 bool Engine::IsAdvancing() const {

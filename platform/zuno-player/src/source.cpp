@@ -135,12 +135,11 @@ std::optional<std::string> FetchText(const std::string& uri,
       text += handover::TextOf(gst_sample_get_buffer(sample.get()));
       continue;
     }
-    complete = gst_app_sink_is_eos(GST_APP_SINK(sink)) != FALSE;
     const MessagePtr error(gst_bus_pop_filtered(bus.get(), GST_MESSAGE_ERROR));
     if (error != nullptr) {
-      complete = false;
       break;
     }
+    complete = gst_app_sink_is_eos(GST_APP_SINK(sink)) != FALSE;
   }
   gst_element_set_state(pipeline.get(), GST_STATE_NULL);
   return complete ? std::optional<std::string>(text) : std::nullopt;

@@ -85,17 +85,10 @@ class ZunoPlayer final : public IZunoPlayer {
                              int index,
                              std::string* languageCode,
                              std::string* furtherText) override {
-    std::string language;
-    std::string description;
-    if (languageCode == nullptr ||
-        !engine_->DescribeTrack(streamType, index, &language, &description)) {
-      return false;
-    }
-    *languageCode = std::move(language);
-    if (furtherText != nullptr) {
-      *furtherText = std::move(description);
-    }
-    return true;
+    std::string unwanted;
+    return languageCode != nullptr &&
+           engine_->DescribeTrack(streamType, index, languageCode,
+                                  furtherText == nullptr ? &unwanted : furtherText);
   }
 
   bool StartSubtitle(const char* filePath, int /*mode*/) override {
