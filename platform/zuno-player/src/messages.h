@@ -12,8 +12,8 @@ namespace zuno {
 // playback is held in between. It ends with 100 also when Stop, InitPlayer or an error cuts it
 // short, so that a listener which follows the periods is never left inside one.
 //
-// An error ends playback, and nothing but InitPlayer works afterwards. When InitPlayer answers
-// false because of the medium, it has sent exactly one as well.
+// An error ends playback until InitPlayer, or Stop and then Play, opens a medium again. When
+// InitPlayer answers false because of the medium, it has sent exactly one as well.
 enum Message : int {
   kMessageBuffering = 131,     // info 1, 2, 3; record: percent
   kMessageTimedText = 132,     // a cue begins, or ends; record: data, NUL-terminated
