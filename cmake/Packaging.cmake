@@ -39,9 +39,9 @@ Debuggers find them by the library's build id.")
 set(CPACK_DEBIAN_BRINGUP_PACKAGE_NAME "${CPACK_PACKAGE_NAME}-bringup")
 set(CPACK_DEBIAN_BRINGUP_PACKAGE_SECTION "utils")
 set(CPACK_DEBIAN_BRINGUP_DESCRIPTION
-"check of the lumivex-pplugin on a device
+"bring-up check of lumivex-pplugin on a device
 /usr/libexec/lumivex/lumivex-host --check reports on the plug-in and on each
-library below it. It plays scripts through them, too.")
+library below it. It also plays scripts through them.")
 if(CMAKE_CROSSCOMPILING AND NOT CPACK_DEBIAN_PACKAGE_ARCHITECTURE)
   message(FATAL_ERROR "set CPACK_DEBIAN_PACKAGE_ARCHITECTURE to Debian's name of the device's architecture")
 endif()

@@ -18,7 +18,7 @@
 namespace lumivex::desktop {
 namespace {
 
-void SayNoScreen(const std::string& problem) {
+void ReportNoScreen(const std::string& problem) {
   std::fprintf(stderr,
                "lumivex-desktop: no X11 screen: %s.\n"
                "Use a virtual one (Debian packages xvfb and xauth):\n"
@@ -106,7 +106,7 @@ int Main(int argc, char** argv) {
   host::OpenStandardStreams();
   const CommandLine line = ReadCommandLine(argc, argv);
   if (const std::string problem = ScreenProblem(); !problem.empty()) {
-    SayNoScreen(problem);
+    ReportNoScreen(problem);
     return kNoScreen;
   }
   const SessionFolder folder;

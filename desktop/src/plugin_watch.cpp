@@ -33,7 +33,7 @@ bool TakeWord(std::string_view line, std::string_view word, std::string* argumen
 
 }  // namespace
 
-std::string EndWords(int signal) {
+std::string DescribeEnd(int signal) {
   if (signal == SIGKILL) {
     return "was killed";
   }
@@ -95,7 +95,7 @@ void PluginWatch::Accept() {
       ReadConnection(connection.get());
       instances_ -= connection->instances;
       if (!connection->explained && connection->instances > 0) {
-        Fail("the plug-in's process " + connection->pid + " " + EndWords(SIGKILL));
+        Fail("the plug-in's process " + connection->pid + " " + DescribeEnd(SIGKILL));
       }
       connection->socket->deleteLater();
     });
@@ -125,7 +125,7 @@ void PluginWatch::ReadConnection(Connection* connection) {
     } else if (TakeWord(line, kCrashLine, &argument)) {
       connection->explained = true;
       Fail("the plug-in's process " + connection->pid + " " +
-           EndWords(std::atoi(argument.c_str())));
+           DescribeEnd(std::atoi(argument.c_str())));
     }
   }
 }

@@ -13,7 +13,7 @@
 namespace lumivex::desktop {
 
 // How a signal ended a process: "was killed", "crashed (signal 6, Aborted)".
-std::string EndWords(int signal);
+std::string DescribeEnd(int signal);
 
 // Monitors the plug-in's process: reads its log and the wrapper's reports. All on the main thread.
 class PluginWatch {

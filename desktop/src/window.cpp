@@ -113,7 +113,7 @@ void Window::Open(const QUrl& page, bool insecure, const std::function<void(bool
   QObject::connect(web_page, &QWebEnginePage::renderProcessTerminated, this,
                    [this](QWebEnginePage::RenderProcessTerminationStatus status, int signal) {
                      if (status != QWebEnginePage::NormalTerminationStatus) {
-                       on_crash("the page's process " + EndWords(signal));
+                       on_crash("the page's process " + DescribeEnd(signal));
                      }
                    });
   layout()->addWidget(view_.get());
