@@ -62,18 +62,21 @@ std::string WriteFile(const std::string& name, const std::string& contents) {
 }
 
 std::string Wave(unsigned int seconds) {
-  const auto little_endian = [](unsigned int value, int bytes) {
-    std::string text;
-    for (; bytes > 0; --bytes, value >>= 8U) {
-      text += static_cast<char>(value & 0xFFU);
-    }
-    return text;
-  };
-  const unsigned int size = 8000 * seconds;
-  return "RIFF" + little_endian(36 + size, 4) + "WAVEfmt " + little_endian(16, 4) +
-         little_endian(1, 2) + little_endian(1, 2) + little_endian(8000, 4) +
-         little_endian(8000, 4) + little_endian(1, 2) + little_endian(8, 2) + "data" +
-         little_endian(size, 4) + std::string(size, '\x70');
+  struct {
+    char riff[4] = {'R', 'I', 'F', 'F'};
+    std::uint32_t rest;
+    char wave[8] = {'W', 'A', 'V', 'E', 'f', 'm', 't', ' '};
+    std::uint32_t format_size = 16;
+    std::uint16_t format = 1, channels = 1;
+    std::uint32_t rate = 8000, bytes_a_second = 8000;
+    std::uint16_t bytes = 1, bits = 8;
+    char data[4] = {'d', 'a', 't', 'a'};
+    std::uint32_t length;
+  } header;
+  header.length = 8000 * seconds;
+  header.rest = 36 + header.length;
+  return std::string(reinterpret_cast<const char*>(&header), sizeof(header)) +
+         std::string(header.length, 'p');
 }
 
 void SleepFor(int msec) {
@@ -194,6 +197,12 @@ int Rig::Position() const {
 int Rig::Duration() const {
   int msec = -1;
   return player->GetDuration(&msec) ? msec : -1;
+}
+
+void Rig::AskForChallenges(int count) const {
+  for (int i = 0; i < count; ++i) {
+    EXPECT_EQ(0, player->SetDrmInfo("PROPERTY_REQUEST_CHALLENGE_DATA", 31, "x", 1, 0));
+  }
 }
 
 std::pair<int, int> Rig::Resolution() const {

@@ -85,6 +85,8 @@ struct Rig {
   std::pair<int, int> Resolution() const;
   // False when playing has not got there in time.
   bool WaitForPosition(int msec) const;
+  // Each brings a message, whatever the player does.
+  void AskForChallenges(int count) const;
   // Opens and plays; false as soon as one of the two is refused.
   bool PlayFile(const std::string& url, unsigned int offset = 0) const;
 

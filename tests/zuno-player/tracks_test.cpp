@@ -140,16 +140,14 @@ TEST(Tracks, SwitchingIsHeardWhilePlaying) {
   ASSERT_TRUE(rig.player->Stop());
 
   const std::vector<double> heard = capture.Frequencies();
-  const auto expect_tone = [&](std::size_t begin, std::size_t end, double frequency) {
-    for (std::size_t i = begin; i < end; ++i) {
-      EXPECT_NEAR(frequency, heard[i], 25)
+  // The sound changes within half a second, and nothing else is heard.
+  for (std::size_t i = 1; i + 1 < heard.size(); ++i) {
+    const bool first = i < switched_at - 2 || i >= back_at + late;
+    if (first || (i >= switched_at + late && i < back_at - 2)) {
+      EXPECT_NEAR(first ? 440 : 1000, heard[i], 25)
           << "at " << i << "00 ms, switched at " << switched_at << " and " << back_at;
     }
-  };
-  // The sound changes within half a second, and nothing else is heard.
-  expect_tone(1, switched_at - 2, 440);
-  expect_tone(switched_at + late, back_at - 2, 1000);
-  expect_tone(back_at + late, heard.size() - 1, 440);
+  }
 }
 
 // What is still under way from the track before must not hold up the jump, least of all for ever.
