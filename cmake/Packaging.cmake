@@ -73,7 +73,7 @@ foreach(line IN LISTS lines)
   endif()
 endforeach()
 if(NOT changes)
-  message(FATAL_ERROR "CHANGELOG.md lacks the section \"## ${PROJECT_VERSION}\"")
+  message(FATAL_ERROR "CHANGELOG.md lacks the section \"## ${PROJECT_VERSION}\": describe there what is new")
 endif()
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 file(WRITE "${PROJECT_BINARY_DIR}/doc/changelog.Debian"
