@@ -7,7 +7,9 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <memory>
 #include <thread>
 #include <utility>
@@ -26,16 +28,23 @@ constexpr milliseconds kCallbackTimeout(5000);
 constexpr char kPlayerLibrary[] = "/usr/lib/libzuno-player.so";
 
 bool all_good = true;
+bool at_end = false;
 const char* current_layer = "";
 
-void OnAlarm(int /*signal*/) {
+[[noreturn]] void Give(const char* verdict) {
   const auto print = [](const char* text) {
     [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, text, std::strlen(text));
   };
   print("FAILED  ");
   print(current_layer);
-  print(": did not return within 10 s; on the device it blocks the page as long\n");
+  print(verdict);
   _exit(1);
+}
+
+void OnSignal(int signal) {
+  Give(signal == SIGALRM
+           ? ": did not return within 10 s; on the device it blocks the page as long\n"
+           : ": crashed; on the device it takes the runtime along\n");
 }
 
 // Before a layer's code is called.
@@ -46,7 +55,6 @@ void Begin(const char* layer) {
 
 // found is what was found, meaning what a page notices if that is not good. Returns good.
 bool Report(bool good, const std::string& found, const std::string& meaning) {
-  alarm(0);
   all_good = all_good && good;
   const std::string line = std::string(good ? "ok      " : "FAILED  ") + current_layer + ": " +
                            found + (good ? "" : "; " + meaning);
@@ -100,8 +108,12 @@ bool Arrives(const std::atomic<int>& count) {
 void CheckPlayer(const std::string& clip) {
   const char* const meaning = "every player command returns false, -1, 0, FAILED or \"\"";
   Begin("player library");
-  void* const library = dlopen(kPlayerLibrary, RTLD_LAZY);
-  if (!Report(library != nullptr, library == nullptr ? LoaderError() : kPlayerLibrary, meaning)) {
+  void* library = dlopen(kPlayerLibrary, RTLD_NOW);
+  std::string found = library == nullptr ? LoaderError() : kPlayerLibrary;
+  if (library == nullptr && (library = dlopen(kPlayerLibrary, RTLD_LAZY)) != nullptr) {
+    // The plug-in opens it so.
+    Report(false, found, "the runtime ends where the player calls it");
+  } else if (!Report(library != nullptr, found, meaning)) {
     return;
   }
   Begin("player entry");
@@ -132,9 +144,8 @@ void CheckPlayer(const std::string& clip) {
               std::string("messages ") + (takes_message ? "accepted" : "refused") + ", positions " +
                   (takes_position ? "accepted" : "refused"),
               "the page gets no events from the player")) {
-    return;
-  }
-  if (clip == "-") {
+    // None will come.
+  } else if (clip == "-") {
     Begin("player messages");
     player->InitPlayer("/nonexistent/clip.mp4", 0);
     const bool came = Arrives(messages);
@@ -224,10 +235,20 @@ void CheckPlugin(const CommandLine& line) {
 
 }  // namespace
 
-int Check(const CommandLine& line) {
-  std::signal(SIGALRM, OnAlarm);
+int Check(const CommandLine& line) noexcept {
+  for (const int signal : {SIGALRM, SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT}) {
+    std::signal(signal, OnSignal);
+  }
+  std::set_terminate([] { Give(": threw; on the device it takes the runtime along\n"); });
+  std::atexit([] {
+    if (!at_end) {
+      Give(": ended the process\n");
+    }
+  });
   CheckPlayer(line.script);
   CheckPlugin(line);
+  Begin("end of the process");
+  at_end = true;
   return all_good ? 0 : 1;
 }
 

@@ -25,7 +25,8 @@ with the line of the script and the time since the start; on a terminal it is fo
 
 Exit status:
   0      success
-  1      the plug-in cannot be loaded, a message got no reply in time, or input or output failed
+  1      the plug-in cannot be loaded, a message got no reply in time, input or output failed, or
+         --check found a fault
   2      a line of the script is invalid
   3      $waitFor timed out
   4      the plug-in misbehaved, for example leaked a value
