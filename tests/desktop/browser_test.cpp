@@ -1,5 +1,5 @@
-// Pages in the real engine, on a virtual screen. What a page can see it checks itself (pages/);
-// here are the pages' verdicts, and what only an onlooker can see: the screen and the processes.
+// Pages in the real engine, on a virtual screen. A page checks what it can see itself (pages/);
+// here are its verdict and what only an observer can see: the screen and the processes.
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -29,37 +29,38 @@ constexpr int kBarCount = 7;
 
 // The middle of each of the clip's colour bars, with the picture in these bounds.
 std::vector<Screen::Spot> Bars(const Screen::Bounds& bounds) {
+  const auto [x, y, width, height] = bounds;
   std::vector<Screen::Spot> spots;
   for (int i = 0; i < kBarCount; ++i) {
     for (const int share : {1, 10, 50}) {  // percent of the height
-      spots.push_back({bounds.x + bounds.width * (2 * i + 1) / (2 * kBarCount),
-                       bounds.y + bounds.height * share / 100, kBars[i]});
+      spots.push_back(
+          {x + width * (2 * i + 1) / (2 * kBarCount), y + height * share / 100, kBars[i]});
     }
   }
   return spots;
 }
 
-// Points closely around these bounds, which show the page.
+// Points just outside these bounds, which show the page.
 std::vector<Screen::Spot> Around(const Screen::Bounds& bounds) {
-  const int right = bounds.x + bounds.width + 3;
-  const int bottom = bounds.y + bounds.height + 3;
-  const int middle_x = bounds.x + bounds.width / 2;
-  const int middle_y = bounds.y + bounds.height / 2;
-  return {{bounds.x - 4, middle_y, kPage},     {right, middle_y, kPage},
-          {middle_x, bounds.y - 4, kPage},     {middle_x, bottom, kPage},
-          {bounds.x - 4, bounds.y - 4, kPage}, {right, bottom, kPage}};
+  const auto [x, y, width, height] = bounds;
+  const int right = x + width + 3;
+  const int bottom = y + height + 3;
+  return {{x - 4, y + height / 2, kPage}, {right, y + height / 2, kPage},
+          {x + width / 2, y - 4, kPage},  {x + width / 2, bottom, kPage},
+          {x - 4, y - 4, kPage},          {right, bottom, kPage}};
 }
 
 // The points of a grid over these bounds, which show the page.
 std::vector<Screen::Spot> PageIn(const Screen::Bounds& bounds) {
+  const auto [x, y, width, height] = bounds;
   std::vector<Screen::Spot> spots;
   for (int i = 1; i < 8; ++i) {
-    spots.push_back({bounds.x + bounds.width * i / 8, bounds.y + bounds.height * i / 8, kPage});
+    spots.push_back({x + width * i / 8, y + height * i / 8, kPage});
   }
   return spots;
 }
 
-// As a part of an address.
+// Percent-encoded.
 std::string Encoded(const std::string& text) {
   std::string encoded;
   for (const char c : text) {
@@ -88,8 +89,9 @@ class Browser : public testing::Test {
     fs::remove_all(folder_, error);
   }
 
-  std::string Address(const std::string& page, const std::string& query = "") const {
-    return FileUrl(folder_ / page) + "?steps=" + Encoded(FileUrl(folder_ / "steps")) +
+  std::string Address(const std::string& test, const std::string& query = "") const {
+    return FileUrl(folder_ / "page.html") + "?test=" + test +
+           "&steps=" + Encoded(FileUrl(folder_ / "steps")) +
            "&media=" + Encoded(FileUrl(LUMIVEX_TEST_MEDIA)) + query;
   }
 
@@ -107,7 +109,11 @@ class Browser : public testing::Test {
   }
 
   void ExpectShown(const std::vector<Screen::Spot>& spots) const {
-    EXPECT_TRUE(screen_.Shows(spots)) << screen_.Describe(spots);
+    EXPECT_EQ(screen_.Difference(spots), "");
+  }
+  std::ptrdiff_t CountInnerWindows(const Screen::Bounds& bounds) const {
+    const std::vector<Screen::Bounds> windows = screen_.InnerWindows();
+    return std::count(windows.begin(), windows.end(), bounds);
   }
 
   fs::path folder_;
@@ -115,16 +121,16 @@ class Browser : public testing::Test {
 };
 
 TEST_F(Browser, RefusesDeniedPrivileges) {
-  Program both({"--deny", "player", "--deny=rf-manager",
-                Address("denied.html", "&denied=player,rf-manager")});
+  Program both(
+      {"--deny", "player", "--deny=rf-manager", Address("denied", "&denied=player,rf-manager")});
   ExpectAllOk(&both);
-  Program one({"--deny", "rf-manager", Address("denied.html", "&denied=rf-manager")});
+  Program one({"--deny", "rf-manager", Address("denied", "&denied=rf-manager")});
   ExpectAllOk(&one);
 }
 
-TEST_F(Browser, PlaysAClipAndTunesAndTheHostDoesTheSame) {
+TEST_F(Browser, PlaysAClipAndTunesAsTheHostDoes) {
   const std::string record = folder_ / "record";
-  Program program({"--record", record, Address("playback.html")});
+  Program program({"--record", record, Address("playback")});
   ExpectAllOk(&program);
   EXPECT_EQ(std::system(("'" LUMIVEX_HOST "' '" + record + "' >/dev/null").c_str()), 0)
       << Slurp(record);
@@ -136,11 +142,11 @@ TEST_F(Browser, ShowsThePictureWhereThePageWantsIt) {
   constexpr Screen::Bounds kSecond = {900, 400, 840, 480};
   constexpr Screen::Bounds kThird = {300, 500, 700, 420};
   constexpr Screen::Bounds kFourth = {100, 253, 700, 393};  // 640 by 360 inside 700 by 700
-  Program program({Address("picture.html")});
+  Program program({Address("picture")});
 
   program.WaitForLine("step empty");
   ExpectShown(PageIn(kWhole));
-  const int windows_before = screen_.CountInnerWindows();
+  const auto windows_before = screen_.InnerWindows();
   Continue("empty");
 
   Screen::Bounds before = {1, 1, 2, 2};
@@ -150,8 +156,8 @@ TEST_F(Browser, ShowsThePictureWhereThePageWantsIt) {
     SCOPED_TRACE(step);
     ExpectShown(Bars(bounds));
     ExpectShown(Around(bounds));
-    EXPECT_EQ(screen_.CountInnerWindows(bounds), 1);
-    EXPECT_EQ(screen_.CountInnerWindows(before), 0);
+    EXPECT_EQ(CountInnerWindows(bounds), 1);
+    EXPECT_EQ(CountInnerWindows(before), 0);
     before = bounds;
     Continue(step);
   }
@@ -159,13 +165,13 @@ TEST_F(Browser, ShowsThePictureWhereThePageWantsIt) {
   program.WaitForLine("step stopped");
   ExpectShown(PageIn(kFourth));
   ExpectShown(PageIn(kWhole));
-  EXPECT_EQ(screen_.CountInnerWindows(), windows_before);
+  EXPECT_EQ(screen_.InnerWindows(), windows_before);
   Continue("stopped");
   ExpectAllOk(&program);
 }
 
 TEST_F(Browser, ShowsNoPictureWithoutAWindow) {
-  Program program({"--window-id", "none", Address("picture.html")});
+  Program program({"--window-id", "none", Address("picture")});
   const auto step = [&](const char* name) {
     program.WaitForLine(std::string("step ") + name);
     ExpectShown(PageIn({0, 0, Screen::kWidth, Screen::kHeight}));
@@ -181,7 +187,7 @@ TEST_F(Browser, KeepsTwoElementsApart) {
   constexpr Screen::Bounds kOne = {100, 200, 700, 420};
   constexpr Screen::Bounds kOther = {1000, 200, 700, 420};
   const std::string record = folder_ / "record";
-  Program program({"--record", record, Address("two.html")});
+  Program program({"--record", record, Address("two")});
 
   program.WaitForLine("step both");
   ExpectShown(Bars(kOne));
@@ -217,12 +223,12 @@ TEST_F(Browser, KeepsTwoElementsApart) {
       << script;
 }
 
-TEST_F(Browser, LeavesNothingBehindAfterTwentyReloads) {
-  Program program({Address("reload.html")});
+TEST_F(Browser, LeaksNothingInTwentyReloads) {
+  Program program({Address("reload")});
   program.WaitForLine("step load-1");
   ASSERT_EQ(program.PluginProcesses().size(), 1U);
   const std::size_t threads = Program::Threads(program.PluginProcesses()[0]).size();
-  const int windows = screen_.CountInnerWindows();
+  const auto windows = screen_.InnerWindows();
   Continue("load-1");
 
   program.WaitForLine("step load-21");
@@ -231,13 +237,13 @@ TEST_F(Browser, LeavesNothingBehindAfterTwentyReloads) {
     // The engine's own pool of threads may have grown a little.
     return processes.size() == 1 && Program::Threads(processes[0]).size() <= threads + 3;
   })) << program.PluginProcesses().size();
-  EXPECT_EQ(screen_.CountInnerWindows(), windows);
+  EXPECT_EQ(screen_.InnerWindows(), windows);
   Continue("load-21");
   ExpectAllOk(&program);
 }
 
 TEST_F(Browser, EndsThePluginWithItsWindow) {
-  Program program({"--log", "debug", Address("close.html")});
+  Program program({"--log", "debug", Address("close")});
   ExpectAllOk(&program);
   const std::string errors = program.errors();
   // The plug-in was destroyed in order, not just cut off.
@@ -245,19 +251,19 @@ TEST_F(Browser, EndsThePluginWithItsWindow) {
   EXPECT_NE(errors.find("plug-in process: instances 0"), std::string::npos);
   // What could command the terminal comes as an escape, in the log and on the page's console.
   EXPECT_NE(errors.find("filePath: [\\u009b\\u202e]\n"), std::string::npos);
-  const std::string place = (folder_ / "close.html").string();
-  EXPECT_NE(errors.find(place + ":18: error: \\u009b\\u202e\n" + place + ":18: error: next line\n"),
+  const std::string place = (folder_ / "close.js").string();
+  EXPECT_NE(errors.find(place + ":11: error: \\u009b\\u202e\n" + place + ":11: error: next line\n"),
             std::string::npos);
-  EXPECT_NE(errors.find(place + ":19: warning: careful\n"), std::string::npos);
+  EXPECT_NE(errors.find(place + ":12: warning: careful\n"), std::string::npos);
   EXPECT_EQ(errors.find("crashed"), std::string::npos);
   EXPECT_EQ(errors.find("killed"), std::string::npos);
 }
 
-TEST_F(Browser, TidiesUpAfterASignal) {
-  Program killed({Address("crash.html")});
+TEST_F(Browser, CleansUpAfterASignal) {
+  Program killed({Address("crash")});
   killed.WaitForLine("step kill");
   const std::string left = killed.SessionFolder();
-  Program program({Address("crash.html")});
+  Program program({Address("crash")});
   program.WaitForLine("step kill");
   const std::string folder = program.SessionFolder();
   EXPECT_TRUE(fs::exists(folder)) << folder;
@@ -276,7 +282,7 @@ TEST_F(Browser, TidiesUpAfterASignal) {
   EXPECT_TRUE(program.NothingIsLeft());
 }
 
-TEST_F(Browser, ReportsACrashInWords) {
+TEST_F(Browser, ReportsACrash) {
   const struct {
     int signal;
     const char* words;
@@ -286,7 +292,7 @@ TEST_F(Browser, ReportsACrashInWords) {
       {SIGKILL, "was killed. The last lines of the plug-in's log:\n["}};
   for (const auto& [signal, words] : kCases) {
     SCOPED_TRACE(words);
-    Program program({Address("crash.html")});
+    Program program({Address("crash")});
     program.WaitForLine("step kill");
     ASSERT_EQ(program.PluginProcesses().size(), 1U);
     const pid_t process = program.PluginProcesses()[0];
@@ -302,20 +308,20 @@ TEST_F(Browser, ReportsACrashInWords) {
   }
 }
 
-TEST_F(Browser, WorksTheExamplePage) {
-  const int windows = screen_.CountInnerWindows();
-  Program program({Address("example.html")});
+TEST_F(Browser, OperatesTheExamplePage) {
+  const auto windows = screen_.InnerWindows();
+  Program program({Address("example")});
   program.WaitForLine("step boxed");
-  EXPECT_EQ(screen_.CountInnerWindows({190, 96, 852, 639}), 1);
+  EXPECT_EQ(CountInnerWindows({190, 96, 852, 639}), 1);
   Continue("boxed");
   program.WaitForLine("step full");
   EXPECT_TRUE(WaitUntil(std::chrono::seconds(10), [&] {
     // A strip at the bottom is left for the subtitles.
-    return screen_.CountInnerWindows({309, 0, 1301, 976}) == 1;
+    return CountInnerWindows({309, 0, 1301, 976}) == 1;
   }));
   Continue("full");
   program.WaitForLine("step stopped");
-  EXPECT_EQ(screen_.CountInnerWindows(), windows);
+  EXPECT_EQ(screen_.InnerWindows(), windows);
   Continue("stopped");
   ExpectAllOk(&program);
 }

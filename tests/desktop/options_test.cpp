@@ -1,4 +1,4 @@
-// The command line of lumivex-desktop: what it refuses, and how it says so.
+// The command line of lumivex-desktop, and its error messages.
 
 #include <gtest/gtest.h>
 #include <httplib.h>
@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(Options, RefusesWhatItDoesNotUnderstand) {
+TEST(Options, RejectsInvalidArguments) {
   const struct {
     std::vector<std::string> arguments;
     const char* words;
@@ -45,7 +45,7 @@ TEST(Options, RefusesWhatItDoesNotUnderstand) {
   }
 }
 
-TEST(Options, SaysHowToDoWithoutAScreen) {
+TEST(Options, ExplainsAMissingScreen) {
   for (const char* display : {"", ":4711"}) {
     setenv("DISPLAY", display, 1);
     Program program({});
@@ -76,7 +76,7 @@ TEST(Options, TakesAScreenshotOfTheGivenSize) {
   fs::remove(file);
 }
 
-TEST(Options, SaysWhatWentWrong) {
+TEST(Options, ReportsErrors) {
   const Screen screen;
   const std::string folder = testing::TempDir();
   const std::string library = folder + "lumivex-no-plugin.so";
@@ -114,7 +114,7 @@ TEST(Options, SaysWhatWentWrong) {
   fs::remove(picture);
 }
 
-TEST(Options, OpensWhatAPersonTypes) {
+TEST(Options, OpensPathsAndAddressesAsTyped) {
   const Screen screen;
   const std::string folder = testing::TempDir() + "lumivex page";
   fs::create_directory(folder);

@@ -1,5 +1,6 @@
 #include "program.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -8,9 +9,9 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <map>
-#include <stdexcept>
 
 #include "slurp.h"
 #include "wait_until.h"
@@ -22,7 +23,7 @@ namespace fs = std::filesystem;
 constexpr std::chrono::seconds kLineLimit{30};
 constexpr std::chrono::seconds kLeftLimit{15};
 
-// The parent of a process; 0 when the process is gone or has ended and waits for its parent.
+// The parent of a process; 0 when the process is gone or a zombie.
 pid_t ParentOf(pid_t process) {
   const std::string stat = Slurp("/proc/" + std::to_string(process) + "/stat");
   const std::size_t name_end = stat.rfind(") ");
@@ -57,30 +58,22 @@ std::vector<pid_t> Below(pid_t ancestor) {
 }  // namespace
 
 Program::Program(const std::vector<std::string>& arguments) {
-  int out[2];
-  int err[2];
-  if (pipe(out) != 0 || pipe(err) != 0) {
-    throw std::runtime_error("no pipe");
-  }
   std::vector<char*> pointers = {const_cast<char*>(LUMIVEX_DESKTOP)};
   for (const std::string& argument : arguments) {
     pointers.push_back(const_cast<char*>(argument.c_str()));
   }
   pointers.push_back(nullptr);
+  const int out = mkostemp(output_.data(), O_CLOEXEC);
+  const int err = mkostemp(errors_.data(), O_CLOEXEC);
   pid_ = fork();
   if (pid_ == 0) {
-    dup2(out[1], STDOUT_FILENO);
-    dup2(err[1], STDERR_FILENO);
-    for (const int fd : {out[0], out[1], err[0], err[1]}) {
-      close(fd);
-    }
+    dup2(out, STDOUT_FILENO);
+    dup2(err, STDERR_FILENO);
     execv(LUMIVEX_DESKTOP, pointers.data());
     _exit(127);
   }
-  close(out[1]);
-  close(err[1]);
-  readers_[0] = std::thread([this, fd = out[0]] { Read(fd, &output_); });
-  readers_[1] = std::thread([this, fd = err[0]] { Read(fd, &errors_); });
+  close(out);
+  close(err);
 }
 
 Program::~Program() {
@@ -93,22 +86,11 @@ Program::~Program() {
   for (const pid_t process : noted_) {
     kill(process, SIGKILL);
   }
-  for (std::thread& reader : readers_) {
-    reader.join();
-  }
   if (testing::Test::HasFailure()) {
-    std::fprintf(stderr, "--- output\n%s--- errors\n%s---\n", output_.c_str(), errors_.c_str());
+    std::fprintf(stderr, "--- output\n%s--- errors\n%s---\n", output().c_str(), errors().c_str());
   }
-}
-
-void Program::Read(int fd, std::string* into) {
-  char part[4096];
-  for (ssize_t length = 0; (length = read(fd, part, sizeof part)) > 0;) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    into->append(part, static_cast<std::size_t>(length));
-  }
-  close(fd);
-  ++read_;
+  fs::remove(output_);
+  fs::remove(errors_);
 }
 
 void Program::Signal(int signal) {
@@ -126,14 +108,12 @@ std::string Program::SessionFolder() const {
   return "";
 }
 
-std::string Program::output() {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  return output_;
+std::string Program::output() const {
+  return Slurp(output_);
 }
 
-std::string Program::errors() {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  return errors_;
+std::string Program::errors() const {
+  return Slurp(errors_);
 }
 
 std::string Program::WaitForLine(const std::string& beginning) {
@@ -150,7 +130,7 @@ std::string Program::WaitForLine(const std::string& beginning) {
     found_ = end + 1;
     return true;
   });
-  EXPECT_TRUE(came) << "the page never said \"" << beginning << "\"";
+  EXPECT_TRUE(came) << "the page never logged \"" << beginning << "\"";
   NoteProcesses();
   return rest;
 }
@@ -161,8 +141,6 @@ int Program::WaitForEnd(std::chrono::seconds limit) {
     ended_ = ended_ || waitpid(pid_, &status_, WNOHANG) == pid_;
     return ended_;
   });
-  // What it has written may still be on its way.
-  WaitUntil(std::min<std::chrono::milliseconds>(limit, kLeftLimit), [this] { return read_ == 2; });
   return ended_ && WIFEXITED(status_) ? WEXITSTATUS(status_) : -1;
 }
 

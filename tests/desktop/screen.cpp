@@ -1,10 +1,13 @@
 #include "screen.h"
 
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <memory>
 #include <stdexcept>
+#include <tuple>
 
 #include "wait_until.h"
 
@@ -15,12 +18,6 @@ constexpr int kTolerance = 40;  // for each part of a colour
 template <typename Reply>
 std::unique_ptr<Reply, decltype(&std::free)> Own(Reply* reply) {
   return {reply, &std::free};
-}
-
-bool IsNear(const Screen::Color& one, const Screen::Color& other) {
-  return std::abs(one.red - other.red) <= kTolerance &&
-         std::abs(one.green - other.green) <= kTolerance &&
-         std::abs(one.blue - other.blue) <= kTolerance;
 }
 
 }  // namespace
@@ -53,27 +50,24 @@ Screen::Color Screen::At(int x, int y) const {
   return {pixel[2], pixel[1], pixel[0]};
 }
 
-bool Screen::Shows(const std::vector<Spot>& spots) const {
-  return WaitUntil(std::chrono::seconds(8), [&] {
-    for (const Spot& spot : spots) {
-      if (!IsNear(At(spot.x, spot.y), spot.color)) {
-        return false;
+std::string Screen::Difference(const std::vector<Spot>& spots) const {
+  std::string difference;
+  WaitUntil(std::chrono::seconds(8), [&] {
+    difference.clear();
+    for (const auto& [x, y, wanted] : spots) {
+      const Color seen = At(x, y);
+      for (std::size_t part = 0; part < seen.size(); ++part) {
+        if (std::abs(seen[part] - wanted[part]) > kTolerance) {
+          difference += testing::PrintToString(std::tuple(x, y)) + " is " +
+                        testing::PrintToString(seen) + ", not " + testing::PrintToString(wanted) +
+                        "\n";
+          break;
+        }
       }
     }
-    return true;
+    return difference.empty();
   });
-}
-
-std::string Screen::Describe(const std::vector<Spot>& spots) const {
-  std::string text;
-  for (const Spot& spot : spots) {
-    const Color seen = At(spot.x, spot.y);
-    text += "(" + std::to_string(spot.x) + ", " + std::to_string(spot.y) + ") is " +
-            std::to_string(seen.red) + " " + std::to_string(seen.green) + " " +
-            std::to_string(seen.blue) + ", should be " + std::to_string(spot.color.red) + " " +
-            std::to_string(spot.color.green) + " " + std::to_string(spot.color.blue) + "\n";
-  }
-  return text;
+  return difference;
 }
 
 std::vector<Screen::Bounds> Screen::InnerWindows() const {
@@ -101,19 +95,4 @@ std::vector<Screen::Bounds> Screen::InnerWindows() const {
   };
   visit(root_, false);
   return bounds;
-}
-
-int Screen::CountInnerWindows(const Bounds& bounds) const {
-  int count = 0;
-  for (const Bounds& found : InnerWindows()) {
-    count += found.x == bounds.x && found.y == bounds.y && found.width == bounds.width &&
-                     found.height == bounds.height
-                 ? 1
-                 : 0;
-  }
-  return count;
-}
-
-int Screen::CountInnerWindows() const {
-  return static_cast<int>(InnerWindows().size());
 }

@@ -3,6 +3,7 @@
 
 #include <xcb/xcb.h>
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -16,10 +17,12 @@ class Screen {
   static constexpr int kWidth = 1920;
   static constexpr int kHeight = 1080;
 
-  struct Color {
-    int red;
-    int green;
-    int blue;
+  using Color = std::array<int, 3>;   // red, green, blue
+  using Bounds = std::array<int, 4>;  // x, y, width, height
+  struct Spot {
+    int x;
+    int y;
+    Color color;
   };
 
   Screen();
@@ -27,30 +30,14 @@ class Screen {
   Screen(const Screen&) = delete;
   Screen& operator=(const Screen&) = delete;
 
-  // What is shown at this point now.
-  Color At(int x, int y) const;
-  // True when, within some seconds, the points in a row all show these colours, give or take what
-  // a video codec does to a colour.
-  struct Spot {
-    int x;
-    int y;
-    Color color;
-  };
-  bool Shows(const std::vector<Spot>& spots) const;
-  // How the points look now, for a test's message.
-  std::string Describe(const std::vector<Spot>& spots) const;
-  // The mapped windows inside the windows of the screen that have these bounds.
-  struct Bounds {
-    int x;
-    int y;
-    int width;
-    int height;
-  };
-  int CountInnerWindows(const Bounds& bounds) const;
-  int CountInnerWindows() const;
+  // The points that do not show their colours, give or take what a video codec does to a colour;
+  // empty as soon as all do, within some seconds.
+  std::string Difference(const std::vector<Spot>& spots) const;
+  // The mapped windows inside the windows of the screen.
+  std::vector<Bounds> InnerWindows() const;
 
  private:
-  std::vector<Bounds> InnerWindows() const;
+  Color At(int x, int y) const;
 
   lumivex::test::VirtualScreen server_{kWidth, kHeight};
   xcb_connection_t* connection_ = nullptr;

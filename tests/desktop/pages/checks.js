@@ -14,14 +14,6 @@ function check(name, actual, expected = true) {
   console.log(seen === wanted ? `ok ${name}` : `FAIL ${name}: ${seen}, not ${wanted}`);
 }
 
-function checkThrows(name, action, expected) {
-  try {
-    check(name, action(), expected);
-  } catch (error) {
-    check(name, {code: error.code, name: error.name, message: error.message}, expected);
-  }
-}
-
 const sleep = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
 
 async function until(name, condition, limit = 15000) {

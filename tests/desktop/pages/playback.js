@@ -1,10 +1,3 @@
-<!doctype html>
-<meta charset="utf-8">
-<title>Test</title>
-<body style="margin: 0; background: #204080">
-<script src="checks.js"></script>
-<script src="lumivex.js"></script>
-<script>
 "use strict";
 // A clip from its source to its end, and the tuner.
 run(async () => {
@@ -68,4 +61,3 @@ run(async () => {
     ["eng", "spa"]);
   check("no such channel", tuner.tuneRFChannel({...channel, major: 77}), false);
 });
-</script>

@@ -1,10 +1,3 @@
-<!doctype html>
-<meta charset="utf-8">
-<title>Test</title>
-<body style="margin: 0; background: #204080">
-<script src="checks.js"></script>
-<script src="lumivex.js"></script>
-<script>
 "use strict";
 // Two elements, each with a picture; the first goes away in the middle of playback.
 run(async () => {
@@ -30,4 +23,3 @@ run(async () => {
   tvs[1].embed.remove();
   await step("none");
 });
-</script>

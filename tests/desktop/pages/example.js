@@ -1,14 +1,9 @@
-<!doctype html>
-<meta charset="utf-8">
-<title>Test</title>
-<body style="margin: 0; background: #204080">
-<script src="checks.js"></script>
-<iframe id="page" style="border: 0; width: 100vw; height: 100vh; display: block"></iframe>
-<script>
 "use strict";
 // The example page, worked as with a remote control.
 run(async () => {
-  const frame = document.getElementById("page");
+  const frame = document.createElement("iframe");
+  frame.style = "border: 0; width: 100vw; height: 100vh; display: block";
+  document.body.append(frame);
   const loaded = new Promise((resolve) => { frame.onload = resolve; });
   frame.src = `index.html?media=${encodeURIComponent(media(""))}`;
   await loaded;
@@ -87,4 +82,3 @@ run(async () => {
   check("messages are listed", page.querySelectorAll("#console li").length > 10);
   await step("stopped");
 });
-</script>

@@ -1,10 +1,3 @@
-<!doctype html>
-<meta charset="utf-8">
-<title>Test</title>
-<body style="margin: 0; background: #204080">
-<script src="checks.js"></script>
-<script src="lumivex.js"></script>
-<script>
 "use strict";
 // The window closes in the middle of playback, with a tune under way.
 run(async () => {
@@ -21,4 +14,3 @@ run(async () => {
   check("tune", tv.tuner.tuneRFChannel(
     {major: 5, minor: 1, programNum: 1, transportStreamID: 4097}));
 });
-</script>

@@ -1,10 +1,3 @@
-<!doctype html>
-<meta charset="utf-8">
-<title>Test</title>
-<body style="margin: 0; background: #204080">
-<script src="checks.js"></script>
-<script src="lumivex.js"></script>
-<script>
 "use strict";
 // Where the picture is; the test looks at the screen.
 run(async () => {
@@ -25,4 +18,3 @@ run(async () => {
   check("stop", player.stop());
   await step("stopped");
 });
-</script>

@@ -1,10 +1,3 @@
-<!doctype html>
-<meta charset="utf-8">
-<title>Test</title>
-<body style="margin: 0; background: #204080">
-<script src="checks.js"></script>
-<script src="lumivex.js"></script>
-<script>
 "use strict";
 // Loads itself again and again in the middle of playback.
 const LOADS = 20;
@@ -27,4 +20,3 @@ run(async () => {
     await new Promise(() => {});
   }
 });
-</script>

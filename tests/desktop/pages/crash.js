@@ -1,10 +1,3 @@
-<!doctype html>
-<meta charset="utf-8">
-<title>Test</title>
-<body style="margin: 0; background: #204080">
-<script src="checks.js"></script>
-<script src="lumivex.js"></script>
-<script>
 "use strict";
 // The test kills the plug-in's process.
 run(async () => {
@@ -27,4 +20,3 @@ run(async () => {
   tv.embed.remove();
   check("alive again", new Lumivex(addPlugin()).player.getPlayerVersion(), "1.50");
 });
-</script>
