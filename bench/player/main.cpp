@@ -34,7 +34,7 @@ constexpr struct {
 constexpr int kSeeksARun = 10;
 constexpr int kFarthestMsec = 11000;
 constexpr int kPrecisionMsec = 300;
-constexpr double kMostTimesThePeer = 1.15;
+constexpr double kMaxTimesThePeer = 1.15;
 
 [[noreturn]] void Fail(const std::string& what) {
   std::fprintf(stderr, "lumivex-bench-player: %s\n", what.c_str());
@@ -96,15 +96,15 @@ bool Report(const std::vector<Series>& all, nlohmann::json* figures) {
     for (auto what : {&Series::open, &Series::seek}) {
       const double own = Median(all[i].*what);
       const double peer = Median(all[i + 1].*what);
-      reached = reached && own / peer <= kMostTimesThePeer;
+      reached = reached && own / peer <= kMaxTimesThePeer;
       std::printf(" %9.2f %9.2f %6.2f%c ", own, peer, own / peer,
-                  own / peer <= kMostTimesThePeer ? ' ' : '!');
+                  own / peer <= kMaxTimesThePeer ? ' ' : '!');
       (*figures)[medium][what == &Series::open ? "open" : "seek"] = {
           {"ms", own}, {"gstplay_ms", peer}, {"times_gstplay", own / peer}};
     }
   }
   std::printf("\n\nAim: opening and seeking take at most %.2f times as long as GstPlay: %s\n",
-              kMostTimesThePeer, reached ? "reached" : "NOT REACHED");
+              kMaxTimesThePeer, reached ? "reached" : "NOT REACHED");
   return reached;
 }
 
@@ -151,7 +151,7 @@ int Main(int argc, char** argv) {
   file << nlohmann::json{{"build_type", LUMIVEX_BENCH_BUILD},
                          {"runs", runs},
                          {"media", figures},
-                         {"aim", {{"times_gstplay", kMostTimesThePeer}, {"reached", reached}}}}
+                         {"aim", {{"times_gstplay", kMaxTimesThePeer}, {"reached", reached}}}}
               .dump(2)
        << std::endl;
   if (!file) {

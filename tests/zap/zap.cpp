@@ -20,7 +20,7 @@
 namespace {
 
 constexpr int kSteps = 40;
-constexpr long kMostGrowth = 1 << 20;
+constexpr long kMaxGrowth = 1 << 20;
 
 long ResidentBytes() {
   long pages = 0;
@@ -76,7 +76,7 @@ int main(int argc, char** argv) {
   }
   const long growth = least[3] - least[1];
   std::printf("Grown by %ld KiB from the second quarter to the last, of %ld KiB allowed\n",
-              growth >> 10, kMostGrowth >> 10);
+              growth >> 10, kMaxGrowth >> 10);
   std::fflush(stdout);
-  std::_Exit(growth <= kMostGrowth ? 0 : 1);
+  std::_Exit(growth <= kMaxGrowth ? 0 : 1);
 }
