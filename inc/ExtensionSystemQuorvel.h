@@ -7,15 +7,15 @@
 
 #include "LumivexPlatform.h"
 
-// The runtime's private extension interface, "PPB_ExtensionSystem_Quorvel;0.1", in the manner of
-// the Pepper wrapper classes. Nothing here logs or throws: when the runtime does not offer the
-// interface, refuses a call or answers with another type, an operation answers its failure value.
+// A wrapper of the runtime's private extension interface, "PPB_ExtensionSystem_Quorvel;0.1".
+// Nothing here logs or throws: if the runtime lacks the interface, refuses a call or answers with
+// another type, an operation returns its failure value.
 //
-// The interface is asked for once per process. An object is used by one thread at a time.
+// The interface is requested once per process. An object is used by one thread at a time.
 
 namespace pp {
 
-// The calls as they are.
+// The raw calls.
 class ExtensionSystemQuorvel {
  public:
   explicit ExtensionSystemQuorvel(const InstanceHandle& instance);

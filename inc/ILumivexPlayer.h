@@ -75,9 +75,9 @@ class ILumivexPlayer {
   IPlaybackEventListener* const m_pEventListener;  // set once, so any thread may read it
 };
 
-// A new player that the caller owns and deletes, or null when listener is null. A player that could
-// not load the player library is returned all the same and answers every operation with its failure
-// value. Found by hosts under its plain name.
+// A new player that the caller owns and deletes, or null if listener is null. If the player library
+// cannot be loaded, every operation of the player returns its failure value. Hosts find this
+// function by its plain name.
 extern "C" __attribute__((visibility("default"))) ILumivexPlayer* GetLumivexPlayer(
     IPlaybackEventListener* listener);
 

@@ -5,7 +5,7 @@
 
 // Receives what the player reports on its own. Called on threads of the player library, possibly
 // while an operation of the player runs on another thread; the arguments are valid only during the
-// call. Each operation answers true when the event was taken. Always inherited as a virtual base.
+// call. Operations return true if the event was accepted. Always inherited as a virtual base.
 //
 // The numbers of the enumerations reach the page unchanged.
 class IPlaybackEventListener {

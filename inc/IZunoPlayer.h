@@ -13,8 +13,8 @@
 // reached through its position, so nothing may be inserted, removed or reordered here.
 //
 // Threads: the plug-in calls the operations from one thread at a time, except GetResolution, which
-// it also calls from inside the message callback. The library calls the two callbacks on threads of
-// its own, and none of them any more once the destructor has returned.
+// it also calls from inside the message callback. The library calls the two callbacks on its own
+// threads, and never after the destructor has returned.
 
 // Message ids of the library.
 enum _MsgType : int {};

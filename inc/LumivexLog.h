@@ -26,7 +26,7 @@ struct LogSite {
     return {slash == nullptr ? path : slash + 1, function, line};
   }
 
-  // What a macro comes to, whatever the log answered.
+  // The value of the macros, whatever the log returned.
   static constexpr bool Logged(int /*answer*/) { return false; }
 };
 

@@ -10,10 +10,10 @@
 #include "LumivexLog.h"
 
 // The player over the platform's media player library. The library is opened at construction and
-// closed at destruction; an adapter that could not get a player from it answers every operation
-// with its failure value. Takes no lock: the two callbacks run on threads of the library, and the
-// player pointer that they read changes only in the constructor, before they are registered, and
-// in the destructor, after the library's player is gone.
+// closed at destruction; without a player from it, every operation returns its failure value. Takes
+// no lock: the two callbacks run on threads of the library, and the player pointer that they read
+// changes only in the constructor, before they are registered, and in the destructor, after the
+// library's player is gone.
 class CZunoPlayerAdapter final : public virtual ILumivexPlayer {
  public:
   explicit CZunoPlayerAdapter(IPlaybackEventListener* listener);

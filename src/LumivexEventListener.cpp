@@ -5,7 +5,7 @@
 
 namespace {
 
-// Event of the tuner that the page is told of; the others are only logged.
+// The tuner's event that the page gets; all others are only logged.
 constexpr unsigned int TUNE_SUCCESS = 0;
 
 }  // namespace

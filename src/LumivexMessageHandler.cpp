@@ -110,8 +110,8 @@ ILumivexPlayer::MEDIA_TRACK_TYPE TrackType(const pp::VarDictionary& request) {
   return static_cast<ILumivexPlayer::MEDIA_TRACK_TYPE>(Int(request, "trackType"));
 }
 
-// Toward zero. What rounding lifted out of 32 bits becomes the largest value, as the device's own
-// conversion has it.
+// Toward zero. A value that rounding lifted beyond 32 bits becomes the largest one, as in the
+// device's own conversion.
 unsigned int Truncate(float value) {
   constexpr float kBeyond = 4294967296.0F;
   return value < kBeyond ? static_cast<unsigned int>(value) : 0xFFFFFFFFU;
@@ -544,7 +544,7 @@ pp::Var CLumivexMessageHandler::TuneRFChannel(const pp::VarDictionary& request) 
   if (!InitRFManager()) {
     return Refuse(kNoTuner);
   }
-  // "ptc" has to be there, but tuning goes by the other four.
+  // "ptc" is required but not used.
   if (!HasKeys(request, {"ptc", "major", "minor", "programNum", "transportStreamID"})) {
     return Refuse(kInvalidParameter);
   }

@@ -46,13 +46,13 @@ constexpr int kIgnored = -1;
 constexpr int kNoValue = -1;
 constexpr unsigned int kBufferingComplete = 100;
 
-// How an operation ends that has called the library.
+// Finishes an operation that has called the library.
 bool Finish(bool result, LogSite site = LogSite::Caller()) {
   LUMIVEX_DEBUG_AT(site, "finishes.");
   return result;
 }
 
-// How an operation ends that answers a number on success only.
+// Finishes an operation that returns a number only on success.
 int FinishQuery(bool result, int value, LogSite site = LogSite::Caller()) {
   return result && Finish(true, site) ? value : kNoValue;
 }
@@ -423,8 +423,8 @@ int CZunoPlayerAdapter::OnMessage(int id, void* pParam, void* pUserData) {
 }
 
 int CZunoPlayerAdapter::OnBuffering(const ZunoMessageParam* record, LogSite site) {
-  // The last percentage that was reported: one for the process, whichever adapter reported it.
-  // Adapters report from threads of their own, hence the atomic.
+  // The last reported percentage, one for all adapters of the process. It is atomic because each
+  // adapter reports from its own threads.
   static std::atomic<std::uint32_t> prevPercent{0};
 
   if (!m_isBuffering) {

@@ -95,7 +95,7 @@ int32_t Loop::Run() {
     }
     lock.unlock();
     item.task();
-    item.task = nullptr;  // what it holds must not die under the lock
+    item.task = nullptr;  // destroys its captures without the lock
     lock.lock();
   }
   running_ = false;
@@ -116,7 +116,7 @@ void Loop::RunPending() {
     }
     lock.unlock();
     item.task();
-    item.task = nullptr;  // what it holds must not die under the lock
+    item.task = nullptr;  // destroys its captures without the lock
     lock.lock();
   }
 }
@@ -214,7 +214,7 @@ int32_t LoopTable::Run(PP_Resource resource) {
   }
   const std::shared_ptr<Loop> loop = attachment.loop;
   const int32_t result = loop->Run();
-  if (Find(resource) == nullptr) {  // released while it ran: nobody can run it any more
+  if (Find(resource) == nullptr) {  // released while it ran: it cannot run again
     loop->Destroy();
   }
   if (loop->IsDestroyed()) {
@@ -253,7 +253,7 @@ void LoopTable::Release(PP_Resource resource) {
       entries_.erase(found);
     }
   }
-  // Nobody can run it any more: what waits in it, and may hold the loop itself, is dropped.
+  // It cannot run again: drop its work, which may hold the loop itself.
   if (released != nullptr && !released->IsRunning()) {
     released->Destroy();
   }

@@ -34,7 +34,7 @@ class LoopbackServer {
 
   const std::map<std::string, Document> documents_;
   QThread thread_;
-  QTcpServer* server_;  // lives and ends on the thread
+  QTcpServer* server_;  // used and deleted on the thread
   int port_ = 0;
 };
 
