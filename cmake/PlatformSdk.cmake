@@ -17,7 +17,7 @@ function(lumivex_elf_kind file variable)
 endfunction()
 lumivex_elf_kind("${CMAKE_PLATFORM_INFO_DIR}/CMakeDetermineCompilerABI_CXX.bin" LUMIVEX_ELF_KIND)
 
-# Of an SDK for two word sizes, the library that fits.
+# Selects the fitting library of an SDK for two word sizes.
 function(lumivex_fits result file)
   lumivex_elf_kind("${file}" kind)
   if(NOT kind STREQUAL LUMIVEX_ELF_KIND)
@@ -37,11 +37,11 @@ function(lumivex_platform_library target header)
   find_library(unfit ${libraries})
   list(GET ARGN 0 name)
   if(NOT include)
-    message(FATAL_ERROR "The SDK in \"${LUMIVEX_PLATFORM_ROOT}\" lacks the header ${header}; usr/include has to hold it")
+    message(FATAL_ERROR "The SDK in \"${LUMIVEX_PLATFORM_ROOT}\" lacks the header ${header}; expected in usr/include")
   elseif(NOT unfit)
-    message(FATAL_ERROR "The SDK in \"${LUMIVEX_PLATFORM_ROOT}\" lacks the library ${name}; usr/lib has to hold it")
+    message(FATAL_ERROR "The SDK in \"${LUMIVEX_PLATFORM_ROOT}\" lacks the library ${name}; expected in usr/lib")
   elseif(NOT library)
-    message(FATAL_ERROR "${unfit} is not a library for ${CMAKE_SYSTEM_PROCESSOR}, which the compiler targets: use the SDK's own toolchain file, or a whole SDK")
+    message(FATAL_ERROR "${unfit} is not a library for ${CMAKE_SYSTEM_PROCESSOR}, which the compiler targets: use the SDK's own toolchain file, or a complete SDK")
   endif()
   add_library(lumivex::${target} SHARED IMPORTED)
   set_target_properties(lumivex::${target} PROPERTIES

@@ -31,7 +31,7 @@ bool all_good = true;
 bool at_end = false;
 const char* current_layer = "";
 
-[[noreturn]] void Give(const char* verdict) {
+[[noreturn]] void EndCheck(const char* verdict) {
   const auto print = [](const char* text) {
     [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, text, std::strlen(text));
   };
@@ -42,9 +42,9 @@ const char* current_layer = "";
 }
 
 void OnSignal(int signal) {
-  Give(signal == SIGALRM
-           ? ": did not return within 10 s; on the device it blocks the page as long\n"
-           : ": crashed; on the device it takes the runtime along\n");
+  EndCheck(signal == SIGALRM
+               ? ": did not return within 10 s; on the device it blocks the page as long\n"
+               : ": crashed; on the device it would end the runtime\n");
 }
 
 // Before a layer's code is called.
@@ -111,8 +111,8 @@ void CheckPlayer(const std::string& clip) {
   void* library = dlopen(kPlayerLibrary, RTLD_NOW);
   std::string found = library == nullptr ? LoaderError() : kPlayerLibrary;
   if (library == nullptr && (library = dlopen(kPlayerLibrary, RTLD_LAZY)) != nullptr) {
-    // The plug-in opens it so.
-    Report(false, found, "the runtime ends where the player calls it");
+    // As the plug-in opens it.
+    Report(false, found, "the runtime will end where the player calls the missing function");
   } else if (!Report(library != nullptr, found, meaning)) {
     return;
   }
@@ -239,10 +239,11 @@ int Check(const CommandLine& line) noexcept {
   for (const int signal : {SIGALRM, SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT}) {
     std::signal(signal, OnSignal);
   }
-  std::set_terminate([] { Give(": threw; on the device it takes the runtime along\n"); });
+  std::set_terminate(
+      [] { EndCheck(": threw an exception; on the device it would end the runtime\n"); });
   std::atexit([] {
     if (!at_end) {
-      Give(": ended the process\n");
+      EndCheck(": ended the process\n");
     }
   });
   CheckPlayer(line.script);
