@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -97,14 +98,12 @@ std::vector<Member> MembersOf(std::string_view text) {
 }
 
 // The parser's message, without its name and position.
-std::string ReasonOf(const std::string& what) {
-  const std::size_t position = what.find(", column ");
-  const std::size_t after = position == std::string::npos ? 0 : what.find(": ", position) + 2;
-  std::string reason = what.substr(after);
-  if (after == 0 && reason.find("] ") != std::string::npos) {
-    reason = reason.substr(reason.find("] ") + 2);
+std::string ReasonOf(std::string what) {
+  for (const char* const mark : {"] ", ", column ", ": ", " - "}) {
+    const std::size_t at = what.find(mark);
+    what.erase(0, at == std::string::npos ? 0 : at + std::strlen(mark));
   }
-  return "invalid JSON: " + reason;
+  return "invalid JSON: " + what;
 }
 
 class LineReader {
