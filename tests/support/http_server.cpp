@@ -63,20 +63,11 @@ HttpServer::HttpServer(const std::string& folder, const Options& options)
       return;
     }
     const auto type = kContentTypes.find(path.substr(std::min(path.rfind('.'), path.size())));
-    const char* const mime =
-        type == kContentTypes.end() ? "application/octet-stream" : type->second;
     if (!options.ranges) {
-      response.status = 200;
-      response.set_chunked_content_provider(
-          mime, [body, send](std::size_t /*at*/, httplib::DataSink& sink) {
-            const bool sent = send(body, 0, body.size(), sink);
-            sink.done();
-            return sent;
-          });
-      return;
+      const_cast<httplib::Request&>(request).ranges.clear();
     }
     response.set_content_provider(
-        body.size(), mime,
+        body.size(), type == kContentTypes.end() ? "application/octet-stream" : type->second,
         [body, send](std::size_t at, std::size_t length, httplib::DataSink& sink) {
           return send(body, at, length, sink);
         });

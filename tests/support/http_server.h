@@ -20,7 +20,7 @@ class HttpServer {
     // Nothing behind this place of a file is ever sent; the connection stays open.
     std::size_t stall_after = 0;  // 0: never
     bool hang_up = false;         // there the connection ends instead
-    bool ranges = true;           // false: sends whole files only, and not how long they are
+    bool ranges = true;           // false: sends whole files only, whatever is asked for
     bool answer = true;           // false: takes connections and requests and says nothing
   };
 
