@@ -6,14 +6,11 @@
 // The broadcast tuner service, librf-manager.so. The exported names and parameter lists are a
 // binary contract: another implementation of the library may take the place of ours at run time.
 //
-// Threads: every function may be called on any thread. Each instance has a thread for its events,
-// which holds no lock meanwhile: a listener may call the tuner from inside OnEvent, but for the
-// release.
+// Threads: every function may be called on any thread. Events come on a thread of the tuner, which
+// holds no lock meanwhile: a listener may call the tuner from inside OnEvent, but for the release.
 //
-// Each successful GetInstance gives a front end of its own: its channel type, tuned service and
-// selected tracks are not shared, and its listener gets the events of its own tunes only. The
-// subtitle mode and status are shared by all instances of one application, and are forgotten with
-// the last of them.
+// There is one tuner, which all callers of GetInstance share: what one of them tunes, selects or
+// sets applies to the others. It is reset once the last of them has given it back.
 
 #pragma GCC visibility push(default)
 
@@ -46,23 +43,21 @@ class CRFManager {
   // 0 terrestrial (the default), 1 cable.
   enum LUMIVEX_CHANNEL_TYPE : int {};
 
-  // A tuner instance for an application, or null if applicationId is null or the service cannot
-  // start. It belongs to the service: give it back with ReleaseInstance, once for each successful
-  // call. The other two arguments have no meaning here.
+  // The tuner, or null if applicationId is null or the service cannot start. It belongs to the
+  // service: give it back with ReleaseInstance, once for each successful call. The other two
+  // arguments have no meaning here.
   static CRFManager* GetInstance(const char* applicationId, bool, _Eo_Opaque*);
 
-  // Gives one instance back; without an instance to give back it does nothing. Once it has
-  // returned, the instance's thread has ended and its listener may be deleted: it waits for an
-  // OnEvent that is under way, so hold no lock that OnEvent needs.
-  //
-  // It has no argument: it means the oldest instance whose obtaining thread has ended; else the
-  // newest.
+  // Gives the tuner back once; without a call of GetInstance to match it does nothing. No listener
+  // is registered once it has returned, so the caller may delete its own: it waits for an OnEvent
+  // that is under way, so hold no lock that OnEvent needs.
   static void ReleaseInstance();
 
-  // All of the following answer true on success; false for an instance that was released, and for
-  // an unknown argument. On failure outputs and state stay as they were.
+  // All of the following answer true on success; false while nobody holds the tuner, and for an
+  // unknown argument. On failure outputs and state stay as they were.
 
-  // The listener stays the caller's and must live until ReleaseInstance has returned.
+  // The only listener from now on. It stays the caller's and must live until ReleaseInstance has
+  // returned.
   bool RegisterRFEventHandler(IEventListener* listener);
   bool SetSubtitleWindowSubsurface(unsigned int windowId);
   // False before a window was set.

@@ -13,7 +13,7 @@ using ChannelType = CRFManager::LUMIVEX_CHANNEL_TYPE;
 constexpr ChannelType kTerrestrial{0};
 constexpr ChannelType kCable{1};
 
-// The tracks of one kind by index: ISO 639-2 codes, a blank between two.
+// The tracks of one kind by index: ISO 639-2 codes, separated by blanks.
 class Languages {
  public:
   constexpr Languages(const char* codes) : codes_(codes) {}  // NOLINT(google-explicit-constructor)
@@ -39,7 +39,7 @@ struct Service {
   Languages subtitles;
 };
 
-// The service that all five numbers lead to, or null.
+// The service that matches all five numbers, or null.
 const Service* FindService(
     ChannelType type, int major, int minor, int program_number, int transport_stream_id);
 

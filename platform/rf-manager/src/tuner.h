@@ -1,14 +1,10 @@
 #ifndef RF_MANAGER_TUNER_H_
 #define RF_MANAGER_TUNER_H_
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <list>
-#include <memory>
 #include <mutex>
 #include <optional>
-#include <string>
 #include <thread>
 
 #include "CRFManager.h"
@@ -18,22 +14,8 @@ namespace rf_manager {
 
 constexpr std::chrono::milliseconds kTuneTime{200};
 
-// What all instances of one application share.
-struct Application {
-  std::string id;
-  CTVSHandler::LUMIVEX_SUBTITLE_MODE subtitle_mode{};
-  bool subtitles_shown = false;
-};
-
-// One successful GetInstance: a front end of its own. Guarded by the tuner's mutex.
-struct Lease {
-  CRFManager handle;  // its address is what the caller holds
-  std::shared_ptr<Application> application;
-  std::shared_ptr<const std::atomic<bool>> obtainer_ended;  // one for each obtaining thread
-  std::thread thread;                                       // reports its tunes
-  std::condition_variable changed;
-  bool is_released = false;
-
+// Reset when the last holder releases the tuner.
+struct State {
   IEventListener* listener = nullptr;
   std::optional<unsigned int> subtitle_window;
   ChannelType channel_type = kTerrestrial;
@@ -42,9 +24,10 @@ struct Lease {
   const Service* tuned = nullptr;
   unsigned int audio_index = 0;
   unsigned int subtitle_index = 0;
+  CTVSHandler::LUMIVEX_SUBTITLE_MODE subtitle_mode{};
+  bool subtitles_shown = false;
 };
 
-// All leases.
 class Tuner {
  public:
   Tuner() = default;
@@ -52,31 +35,32 @@ class Tuner {
   Tuner(const Tuner&) = delete;
   Tuner& operator=(const Tuner&) = delete;
 
-  // Null when no memory or no thread is to be had.
-  CRFManager* Obtain(const char* application_id);
+  // False if no thread can be started.
+  bool Obtain();
   void Release();
-  bool Register(const CRFManager* handle, IEventListener* listener);
-  bool Tune(const CRFManager* handle, int major, int minor, int program_number, int stream_id);
 
-  // The answer of action, called with the mutex held; false unless handle is of a live lease.
+  // Calls action with the mutex held and returns its result; false while nobody holds the tuner.
   template <typename Action>
-  bool Use(const CRFManager* handle, Action action) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    Lease* lease = Find(handle);
-    return lease != nullptr && action(*lease);
+  bool Use(Action action) {
+    const Lock lock(mutex_);
+    return holders_ > 0 && action(state_);
   }
+  // Within Use; answers true.
+  bool Tune(const Service* service);
 
  private:
   using Lock = std::unique_lock<std::mutex>;
 
-  // With the mutex held, but while the listener is called.
-  Lease* Find(const CRFManager* handle);
-  static void FinishTune(Lock* lock, Lease* lease);
-
-  void RunEventThread(Lease* lease);
+  void RunEventThread();
+  void FinishTune(Lock* lock);
 
   std::mutex mutex_;
-  std::list<Lease> leases_;  // in the order in which they were obtained
+  std::condition_variable changed_;
+  // All guarded by mutex_.
+  State state_;
+  int holders_ = 0;
+  bool calling_ = false;  // the listener
+  std::thread thread_;    // reports the tunes, while there are holders
 };
 
 }  // namespace rf_manager
