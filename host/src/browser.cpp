@@ -136,7 +136,7 @@ std::unique_ptr<Page> Browser::CreatePage(const Attributes& attributes,
                                            names.data(), values.data()) != PP_TRUE) {
     // The plug-in has no instance, so DidDestroy must not be called.
     state->SetClosed();
-    state->DropHandler();
+    state->SetHandler(nullptr);
     SetError(error, "the plug-in refused to create an instance");
     return nullptr;
   }
@@ -191,14 +191,6 @@ std::vector<std::string> Browser::DescribeLive() {
     lines.push_back(std::move(line));
   }
   return lines;
-}
-
-int64_t Browser::DroppedEvents() const {
-  int64_t sum = 0;
-  for (const std::shared_ptr<PageState>& page : runtime_->Pages()) {
-    sum += page->DroppedEvents();
-  }
-  return sum;
 }
 
 std::vector<SyncCall> Browser::GenericSyncCalls() const {

@@ -6,9 +6,9 @@ namespace lumivex::host {
 
 void Defects::Record(std::string what) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (texts_.size() < kMost) {
+  if (texts_.size() < kMaxTexts) {
     texts_.push_back(std::move(what));
-  } else if (texts_.size() == kMost) {
+  } else if (texts_.size() == kMaxTexts) {
     texts_.emplace_back("... and more, which are not kept");
   }
 }

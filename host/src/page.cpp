@@ -79,25 +79,21 @@ Page::VarAnswer Page::SendBlockingVar(PP_Var message, std::chrono::milliseconds 
 }
 
 bool Page::Post(const Json& message) {
-  const std::optional<PP_Var> var = runtime_->vars.FromJson(message);
-  return var && PostOwned(OwnedVar(&runtime_->vars, *var));
-}
-
-bool Page::PostVar(PP_Var message) {
-  const std::optional<PP_Var> copy = runtime_->vars.DeepCopy(message);
-  return copy && PostOwned(OwnedVar(&runtime_->vars, *copy));
-}
-
-bool Page::PostOwned(OwnedVar message) {
+  VarTable* const vars = &runtime_->vars;
+  const std::optional<PP_Var> var = vars->FromJson(message);
+  if (!var) {
+    return false;
+  }
+  OwnedVar owned(vars, *var);
   if (state_->HasHandler()) {
-    return state_->Send(&runtime_->vars, std::move(message), nullptr) == Outcome::kAnswered;
+    return state_->Send(vars, std::move(owned), nullptr) == Outcome::kAnswered;
   }
   const PPP_Messaging* const messaging = runtime_->plugin_messaging;
   if (messaging == nullptr || !state_->IsOpen()) {
     return false;
   }
-  // Shared, since a task can be copied.
-  const auto shared = std::make_shared<OwnedVar>(std::move(message));
+  // Shared, because a task must be copyable.
+  const auto shared = std::make_shared<OwnedVar>(std::move(owned));
   return runtime_->loops.main_loop()->Post([state = state_, messaging, shared] {
     if (state->IsOpen()) {
       messaging->HandleMessage(state->instance(), shared->get());
@@ -125,10 +121,6 @@ bool Page::IsOpen() const {
 
 bool Page::HasHandler() const {
   return state_->HasHandler();
-}
-
-int64_t Page::DroppedEvents() const {
-  return state_->DroppedEvents();
 }
 
 PP_Instance Page::instance() const {

@@ -117,12 +117,6 @@ bool PageState::SetClosed() {
   return true;
 }
 
-void PageState::DropHandler() {
-  if (const std::shared_ptr<Registration> dropped = SetHandler(nullptr)) {
-    dropped->usable = false;
-  }
-}
-
 std::shared_ptr<Registration> PageState::SetHandler(std::shared_ptr<Registration> registration) {
   const std::lock_guard<std::mutex> lock(mutex_);
   return std::exchange(handler_, std::move(registration));
@@ -178,7 +172,6 @@ bool PageState::AddEvent(Json event) {
   if (TryAddEvent(&event)) {
     return true;
   }
-  ++dropped_events_;
   if (on_dropped_ != nullptr) {
     on_dropped_(event);
   }

@@ -1,7 +1,6 @@
 #ifndef HOST_PAGE_STATE_H_
 #define HOST_PAGE_STATE_H_
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -27,8 +26,6 @@ struct Registration {
   const PPP_MessageHandler* handler;
   void* user_data;
   std::shared_ptr<Loop> loop;
-  // False once DidDestroy has returned: the handler's memory may be gone.
-  std::atomic<bool> usable{true};
 };
 
 // A blocking message that a sender waits for. The first outcome counts.
@@ -62,30 +59,28 @@ class PageState {
 
   PP_Instance instance() const { return instance_; }
   bool IsOpen() const;
-  // False when it was closed before. Wakes who waits for an answer.
+  // False if it was closed already. Wakes everyone who waits for an answer.
   bool SetClosed();
-  void DropHandler();  // after DidDestroy
 
   // The handler registered before, if any.
   std::shared_ptr<Registration> SetHandler(std::shared_ptr<Registration> registration);
   bool HasHandler() const;  // that gets messages
 
-  // Puts a message into the queue of the handler, in order among all senders.
-  // call is null for a message without an answer.
+  // Queues a message for the handler, in order among all senders.
+  // call is null for a message that has no answer.
   Page::Outcome Send(VarTable* vars, OwnedVar message, std::shared_ptr<Call> call);
-  // Puts a mark into the queue of the handler that finishes the call.
+  // Queues a mark for the handler that finishes the call.
   Page::Outcome SendMark(std::shared_ptr<Call> call);
   void Forget(const std::shared_ptr<Call>& call);
 
-  // False when the page is gone: the event is counted and dropped, and the browser's user told.
+  // False if the page is gone; the event is then dropped and reported to on_dropped.
   bool AddEvent(Json event);
   std::optional<Json> TakeEvent(std::chrono::milliseconds timeout);
-  int64_t DroppedEvents() const { return dropped_events_.load(); }
 
  private:
-  // Keeps the event or hands it on; false, and the event untouched, when the page is gone.
+  // Keeps the event or hands it on; false, with the event untouched, if the page is gone.
   bool TryAddEvent(Json* event);
-  // What make_task gives is put into the queue of the handler.
+  // Queues the task that make_task returns.
   Page::Outcome Enqueue(
       const std::shared_ptr<Call>& call,
       const std::function<Loop::Task(const std::shared_ptr<Registration>&)>& make_task);
@@ -93,7 +88,6 @@ class PageState {
   const PP_Instance instance_;
   const Browser::EventCallback on_event_;
   const std::function<void(const Json& event)> on_dropped_;
-  std::atomic<int64_t> dropped_events_{0};
 
   mutable std::mutex mutex_;
   bool open_ = true;  // written under mutex_ and events_mutex_, so that either is enough to read

@@ -4,8 +4,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "ppapi/c/quorvel/ppb_extension_system_quorvel.h"
-
 namespace lumivex::host {
 
 namespace {
@@ -67,7 +65,7 @@ std::vector<std::shared_ptr<PageState>> Runtime::Pages() const {
 void Runtime::ClosePage(PageState* page) {
   if (page->SetClosed()) {
     plugin_instance->DidDestroy(page->instance());
-    page->DropHandler();
+    page->SetHandler(nullptr);
   }
 }
 
@@ -79,9 +77,7 @@ const void* Runtime::GetInterface(const char* name) {
   const std::string wanted = name;
   const std::lock_guard<std::mutex> lock(mutex_);
   ++interface_requests_[wanted];
-  const bool offered =
-      options.offer_extension_system || wanted != PPB_EXTENSIONSYSTEM_QUORVEL_INTERFACE_0_1;
-  return offered && withheld_.count(wanted) == 0 ? FindTable(wanted) : nullptr;
+  return withheld_.count(wanted) == 0 ? FindTable(wanted) : nullptr;
 }
 
 int Runtime::InterfaceRequests(const std::string& name) const {

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kDefaultTimeout{10000};
 constexpr std::string_view kBlanks = " \t\r";
-constexpr double kLongestWait = 24.0 * 60 * 60 * 1000;
+constexpr double kMaxWait = 24.0 * 60 * 60 * 1000;
 
 // Where a member of a JSON object starts in the text.
 struct Member {
@@ -262,7 +262,7 @@ class LineReader {
   }
 
   static std::optional<std::chrono::milliseconds> ToTime(const Json& value) {
-    if (!value.is_number() || value.get<double>() < 0 || value.get<double>() > kLongestWait) {
+    if (!value.is_number() || value.get<double>() < 0 || value.get<double>() > kMaxWait) {
       return std::nullopt;
     }
     return std::chrono::milliseconds(static_cast<int64_t>(std::ceil(value.get<double>())));

@@ -218,13 +218,11 @@ void PostMessage(PP_Instance instance, PP_Var message) {
   }
 }
 
-// Destroy runs on the loop's thread, behind the messages that were sent to the handler before.
+// Destroy runs on the loop's thread, after the messages already sent to the handler.
 void Retire(PP_Instance instance, const std::shared_ptr<Registration>& registration) {
   if (registration != nullptr) {
     registration->loop->Post([instance, registration] {
-      if (registration->usable) {
-        registration->handler->Destroy(instance, registration->user_data);
-      }
+      registration->handler->Destroy(instance, registration->user_data);
     });
   }
 }
@@ -252,11 +250,8 @@ int32_t RegisterMessageHandler(PP_Instance instance,
   if (loop == Host().loops.main_loop()) {
     return PP_ERROR_WRONG_THREAD;
   }
-  auto registration = std::make_shared<Registration>();
-  registration->handler = handler;
-  registration->user_data = user_data;
-  registration->loop = loop;
-  Retire(instance, page->SetHandler(std::move(registration)));
+  Retire(instance,
+         page->SetHandler(std::make_shared<Registration>(Registration{handler, user_data, loop})));
   return PP_OK;
 }
 

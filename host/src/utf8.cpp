@@ -9,7 +9,7 @@ namespace lumivex::host {
 
 bool IsUtf8(std::string_view text) {
   while (!text.empty()) {
-    // Most texts are ASCII: eight bytes at a time.
+    // Most text is ASCII, so check eight bytes at a time.
     std::uint64_t eight = 0;
     if (text.size() >= sizeof eight) {
       std::memcpy(&eight, text.data(), sizeof eight);

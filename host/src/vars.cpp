@@ -14,7 +14,7 @@ namespace lumivex::host {
 namespace {
 
 constexpr const char* kMessage = "message";
-constexpr uint32_t kLongestArray = 1U << 24;
+constexpr uint32_t kMaxArrayLength = 1U << 24;
 
 bool IsCounted(PP_Var var) {
   return var.type >= PP_VARTYPE_STRING;
@@ -272,7 +272,7 @@ bool VarTable::ArraySet(PP_Var array, uint32_t index, PP_Var value) {
   if (items == nullptr) {
     return false;
   }
-  if (index >= kLongestArray) {
+  if (index >= kMaxArrayLength) {
     RecordMisuse("VarArray.Set", array, "would become too long");
     return false;
   }
@@ -298,7 +298,7 @@ bool VarTable::ArraySetLength(PP_Var array, uint32_t length) {
   if (items == nullptr) {
     return false;
   }
-  if (length > kLongestArray) {
+  if (length > kMaxArrayLength) {
     RecordMisuse("VarArray.SetLength", array, "would become too long");
     return false;
   }
@@ -393,10 +393,10 @@ int64_t VarTable::Live() const {
 }
 
 std::vector<std::string> VarTable::DescribeLive() const {
-  constexpr std::size_t kMost = 20;
+  constexpr std::size_t kMaxLines = 20;
   const std::lock_guard<std::mutex> lock(mutex_);
   std::vector<std::string> lines;
-  for (auto slot = slots_.begin(); slot != slots_.end() && lines.size() < kMost; ++slot) {
+  for (auto slot = slots_.begin(); slot != slots_.end() && lines.size() < kMaxLines; ++slot) {
     if (slot->references == 0) {
       continue;
     }

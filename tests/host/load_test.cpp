@@ -5,9 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <set>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "host/browser.h"
 #include "tables.h"
@@ -15,17 +15,16 @@
 namespace lumivex::host {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-const Json kPrivilege = {{"do", "privilege"},
-                         {"value", "http://developer.quorvel.com/privilege/lumivexplayer"}};
-
 TEST(LoadTest, LoadsAndUnloadsAgainAndAgain) {
   for (int round = 0; round < 3; ++round) {
-    Browser browser;
+    std::vector<Json> dropped;
+    Browser::Options options;
+    options.on_dropped = [&dropped](const Json& event) { dropped.push_back(event); };
+    Browser browser(options);
     std::string error;
     ASSERT_TRUE(browser.Load(ECHO_PLUGIN, &error)) << error;
     EXPECT_FALSE(browser.Load(ECHO_PLUGIN, &error));
@@ -34,8 +33,14 @@ TEST(LoadTest, LoadsAndUnloadsAgainAndAgain) {
     EXPECT_EQ(page->NextEvent(), Json("early"));
     EXPECT_EQ(page->SendBlocking({{"some", "thing"}}).value, Json({{"some", "thing"}}));
     EXPECT_EQ(browser.InterfaceRequests("PPB_Var;1.2"), 1);
+    page->SendBlocking({{"do", "window"}});
+    ASSERT_EQ(browser.GenericSyncCalls().size(), 1U);
+    EXPECT_EQ(browser.GenericSyncCalls().front().instance, page->instance());
+    EXPECT_EQ(browser.GenericSyncCalls().front().operation, "get_window_id");
+    EXPECT_EQ(browser.GenericSyncCalls().front().result, 0);
     EXPECT_TRUE(browser.Unload(&error)) << error;  // closes the page
     EXPECT_FALSE(page->IsOpen());
+    EXPECT_THAT(dropped, ElementsAre("shut down"));
     EXPECT_THAT(browser.Defects(), IsEmpty());
     EXPECT_EQ(dlopen(ECHO_PLUGIN, RTLD_NOW | RTLD_NOLOAD), nullptr) << "the library stays";
   }
@@ -53,11 +58,15 @@ TEST(LoadTest, FailuresSayWhy) {
   browser.WithholdInterface("PPB_Messaging;1.2");
   EXPECT_FALSE(browser.Load(ECHO_PLUGIN, &error));
   EXPECT_THAT(error, HasSubstr("returned -2"));
+  EXPECT_EQ(dlopen(ECHO_PLUGIN, RTLD_NOW | RTLD_NOLOAD), nullptr) << "the library stays";
 
+  static int shutdowns = 0;
   ModuleEntry entry = Plugin::Entry();
+  entry.shutdown = [] { ++shutdowns; };
   entry.get_interface = [](const char*) -> const void* { return nullptr; };
   EXPECT_FALSE(browser.LoadModule(entry, &error));
   EXPECT_THAT(error, HasSubstr("PPP_Instance;1.1"));
+  EXPECT_EQ(shutdowns, 1);
   EXPECT_EQ(Browser::GetInterface("PPB_NoSuch;1.0"), nullptr);
   EXPECT_EQ(Browser::GetInterface(nullptr), nullptr);
 }
@@ -65,82 +74,14 @@ TEST(LoadTest, FailuresSayWhy) {
 TEST(LoadTest, RefusedElementIsNoPage) {
   Browser browser;
   ASSERT_TRUE(browser.Load(ECHO_PLUGIN, nullptr));
-  std::string error;
-  EXPECT_EQ(browser.CreatePage({{"other", "refuse"}, {"mode", "refuse"}}, &error), nullptr);
-  EXPECT_THAT(error, HasSubstr("refused"));
+  for (const char* mode : {"refuse", "throw"}) {
+    std::string error;
+    EXPECT_EQ(browser.CreatePage({{"other", "early"}, {"mode", mode}}, &error), nullptr);
+    EXPECT_THAT(error, HasSubstr("refused"));
+    EXPECT_EQ(browser.LiveResources(), 0);
+  }
   browser.Unload();
   EXPECT_THAT(browser.Defects(), IsEmpty());
-}
-
-TEST(LoadTest, LeaksAreReportedWhenTheLibraryIsGone) {
-  Browser browser;
-  ASSERT_TRUE(browser.Load(ECHO_PLUGIN, nullptr));
-  std::unique_ptr<Page> page = browser.CreatePage();
-  page->SendBlocking({{"do", "leak"}});
-  page->SendBlocking({{"do", "twice"}});
-  page.reset();
-  EXPECT_EQ(browser.LiveVars(), 1);
-  browser.Unload();
-  EXPECT_THAT(browser.Defects(), ElementsAre(HasSubstr("was already released"),
-                                             "leaked: string \"forgotten\", references: 1"));
-}
-
-TEST(LoadTest, PrivateInterfaceAnswersAsTheRuntimeWould) {
-  const std::string host = "http://developer.quorvel.com";
-  const struct {
-    const char* what;
-    std::set<std::string> denied;
-    Json uri;
-    bool granted;
-  } kCases[] = {
-      {"known", {}, host + "/privilege/lumivexplayer", true},
-      {"on another host", {}, "http://x/privilege/lumivexrfmanager", true},
-      {"unknown path", {}, host + "/privilege/other", false},
-      {"longer path", {}, host + "/privilege/lumivexplayer/x", false},
-      {"no URI", {}, "/privilege/lumivexplayer", false},
-      {"no host", {}, "http:///privilege/lumivexplayer", false},
-      {"no string", {}, 5, false},
-      {"another denied", {"/privilege/lumivexrfmanager"}, host + "/privilege/lumivexplayer", true},
-  };
-  for (const auto& c : kCases) {
-    Browser::Options options;
-    options.extension_answers.denied_privileges = c.denied;
-    Browser browser(options);
-    ASSERT_TRUE(browser.Load(ECHO_PLUGIN, nullptr));
-    const auto page = browser.CreatePage();
-    EXPECT_EQ(page->SendBlocking({{"do", "privilege"}, {"value", c.uri}}).value, c.granted)
-        << c.what;
-    ASSERT_EQ(browser.GenericSyncCalls().size(), 1U);
-    const SyncCall call = browser.GenericSyncCalls().front();
-    EXPECT_EQ(call.instance, page->instance());
-    EXPECT_EQ(call.operation, "check_ace_privilege");
-    EXPECT_EQ(call.data, c.uri);
-    EXPECT_EQ(call.result, 0);
-  }
-}
-
-TEST(LoadTest, PrivateInterfaceCanBeSilentReplacedOrAbsent) {
-  class Stubborn : public ExtensionSystem {
-   public:
-    int32_t GenericSyncCall(VarTable& vars, PP_Instance, PP_Var, PP_Var, PP_Var* result) override {
-      *result = vars.FromUtf8("no bool");
-      return 0;
-    }
-  };
-  const auto ask = [](const Browser::Options& options) {
-    Browser browser(options);
-    EXPECT_TRUE(browser.Load(ECHO_PLUGIN, nullptr));
-    const Json answer = browser.CreatePage()->SendBlocking(kPrivilege).value;
-    EXPECT_EQ(browser.InterfaceRequests("PPB_ExtensionSystem_Quorvel;0.1"), 1);
-    browser.Unload();
-    EXPECT_THAT(browser.Defects(), IsEmpty());
-    return answer;
-  };
-  Browser::Options options;
-  options.extension_system = std::make_shared<Stubborn>();
-  EXPECT_EQ(ask(options), "no bool");
-  options.offer_extension_system = false;
-  EXPECT_EQ(ask(options), nullptr);
 }
 
 TEST(LoadDeathTest, OneBrowserOnItsOwnThread) {

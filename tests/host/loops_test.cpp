@@ -30,15 +30,6 @@ class LoopsTest : public testing::Test {
 
   PP_Resource NewLoop() { return tables_.loop.Create(page_->instance()); }
 
-  // Work that runs once.
-  static PP_CompletionCallback Work(std::function<void()> work) {
-    return {[](void* user, int32_t) {
-              const std::unique_ptr<std::function<void()>> owned(
-                  static_cast<std::function<void()>*>(user));
-              (*owned)();
-            },
-            new std::function<void()>(std::move(work)), 0};
-  }
   PP_CompletionCallback Note(const std::string& text) {
     return Work([this, text] { notes_.push_back(text); });
   }
@@ -118,7 +109,7 @@ TEST_F(LoopsTest, WorkRunsInOrderAndQuitHasItsPlace) {
   tables_.core.ReleaseResource(loop);
 }
 
-TEST_F(LoopsTest, ReleasedWhileItRunsItStillEnds) {
+TEST_F(LoopsTest, WhatWaitsInALoopEndsWithIt) {
   static constexpr PPP_MessageHandler kHandler = {
       [](PP_Instance, void*, const PP_Var*) { FAIL(); },
       [](PP_Instance, void*, const PP_Var*, PP_Var*) { FAIL(); }, [](PP_Instance, void*) {}};
@@ -138,6 +129,22 @@ TEST_F(LoopsTest, ReleasedWhileItRunsItStillEnds) {
     });
     EXPECT_EQ(browser_.LiveVars(), 0) << "what waited is dropped";
   }
+  const PP_Resource loop = NewLoop();
+  tables_.messaging.RegisterMessageHandler(page_->instance(), nullptr, &kHandler, loop);
+  OnOtherThread([&] {
+    tables_.loop.AttachToCurrentThread(loop);
+    EXPECT_TRUE(page_->Post("to a thread that ends without running it"));
+  });
+  EXPECT_EQ(browser_.LiveVars(), 0);
+  tables_.core.ReleaseResource(loop);
+  const PP_Resource unused = NewLoop();
+  tables_.messaging.RegisterMessageHandler(page_->instance(), nullptr, &kHandler, unused);
+  OnOtherThread([&] {
+    tables_.loop.AttachToCurrentThread(unused);
+    EXPECT_TRUE(page_->Post("to a loop that is released before it runs"));
+    tables_.core.ReleaseResource(unused);
+    EXPECT_EQ(browser_.LiveVars(), 0);
+  });
   EXPECT_THAT(notes_, ElementsAre("ran", "ran"));
   EXPECT_THAT(browser_.Defects(), IsEmpty());
 }
@@ -160,6 +167,18 @@ TEST_F(LoopsTest, MainThreadWorkRunsInTheMainLoop) {
   tables_.core.CallOnMainThread(10, Work([this] { browser_.QuitMainLoop(); }), 0);
   browser_.RunMainLoop();
   EXPECT_THAT(notes_, ElementsAre("posted", "later"));
+
+  // An object that a task holds may post work when it is destroyed.
+  const auto post_holding = [this](const std::function<void()>& at_end) {
+    const std::shared_ptr<void> held(nullptr, [at_end](void*) { at_end(); });
+    browser_.PostToMainThread([held] {});
+  };
+  post_holding([this] { browser_.PostToMainThread([this] { notes_.push_back("held"); }); });
+  browser_.RunPending();
+  post_holding([this] { browser_.QuitMainLoop(); });
+  browser_.RunMainLoop();
+  EXPECT_THAT(notes_, ElementsAre("posted", "later", "held"));
+
   const double ticks = tables_.core.GetTimeTicks();
   std::this_thread::sleep_for(std::chrono::milliseconds(2));
   EXPECT_GT(tables_.core.GetTimeTicks(), ticks + 0.001);

@@ -1,4 +1,4 @@
-// What a line of a script says, or where it is wrong.
+// What each line of a script means, and where it is wrong.
 
 #include "host/script.h"
 
@@ -124,23 +124,13 @@ TEST(ScriptTest, MistakesAreFoundAtTheirColumn) {
 
 TEST(ScriptTest, EventsMatchInPart) {
   const Json event = {{"event", "E"}, {"n", 1}, {"list", {1, 2}}, {"in", {{"a", 1}, {"b", 2}}}};
-  const struct {
-    const char* wanted;
-    bool matches;
-  } kCases[] = {
-      {"{}", true},
-      {R"({"event": "E"})", true},
-      {R"({"n": 1.0, "event": "E"})", true},
-      {R"({"event": "e"})", false},
-      {R"({"n": "1"})", false},
-      {R"({"absent": null})", false},
-      {R"({"in": {"b": 2}})", true},
-      {R"({"in": {"b": 3}})", false},
-      {R"({"list": [1, 2]})", true},
-      {R"({"list": [1]})", false},
-  };
-  for (const auto& c : kCases) {
-    EXPECT_EQ(Matches(Json::parse(c.wanted), event), c.matches) << c.wanted;
+  for (const char* wanted : {"{}", R"({"event": "E"})", R"({"n": 1.0, "event": "E"})",
+                             R"({"in": {"b": 2}})", R"({"list": [1, 2]})"}) {
+    EXPECT_TRUE(Matches(Json::parse(wanted), event)) << wanted;
+  }
+  for (const char* wanted : {R"({"event": "e"})", R"({"n": "1"})", R"({"absent": null})",
+                             R"({"in": {"b": 3}})", R"({"list": [1]})"}) {
+    EXPECT_FALSE(Matches(Json::parse(wanted), event)) << wanted;
   }
   EXPECT_FALSE(Matches(Json::object(), "an event that is no object"));
 }

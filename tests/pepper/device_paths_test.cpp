@@ -59,7 +59,7 @@ TEST_F(DevicePaths, PassesOnWhatIsNotStaged) {
   device_paths_set_root(root_.c_str());
   EXPECT_EQ(Opened(LUMIVEX_TEST_LIBRARY), LUMIVEX_TEST_LIBRARY);
   EXPECT_EQ(Opened("/usr/lib/libno-such-thing.so"), "");
-  // The loader speaks of the path that was asked for.
+  // The error names the path that was asked for.
   EXPECT_THAT(dlerror(), testing::HasSubstr("/usr/lib/libno-such-thing.so"));
   device_paths_set_root((root_ + "/").c_str());
   EXPECT_EQ(Opened("usr/lib/libdevice-paths-probe.so"), "");  // relative

@@ -1,43 +1,34 @@
-// The log on a desktop, in a process of its own for each setting, since it reads them once.
+// The desktop log. Each case runs in its own process, because the log reads its settings once.
 
 #include <dlog.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <fstream>
 #include <functional>
 #include <string>
 #include <thread>
 
+#include "slurp.h"
+
 namespace {
 
-// What a child with these settings writes to standard error.
-std::string Written(const char* level, const char* file, const std::function<void()>& log) {
-  int ends[2];
-  EXPECT_EQ(pipe(ends), 0);
-  const pid_t child = fork();
-  if (child == 0) {
-    level == nullptr ? unsetenv("LUMIVEX_DLOG") : setenv("LUMIVEX_DLOG", level, 1);
-    file == nullptr ? unsetenv("LUMIVEX_DLOG_FILE") : setenv("LUMIVEX_DLOG_FILE", file, 1);
-    dup2(ends[1], STDERR_FILENO);
-    close(ends[0]);
-    log();
-    _exit(0);
-  }
-  close(ends[1]);
-  std::string text;
-  char part[4096];
-  for (ssize_t length; (length = read(ends[0], part, sizeof part)) > 0;) {
-    text.append(part, static_cast<std::size_t>(length));
-  }
-  close(ends[0]);
-  int status = -1;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
-  return text;
+// Expects this text on standard error from a process with these settings.
+void ExpectWritten(const char* level,
+                   const std::string& file,
+                   const std::function<void()>& log,
+                   const std::string& text) {
+  EXPECT_EXIT(
+      {
+        level == nullptr ? unsetenv("LUMIVEX_DLOG") : setenv("LUMIVEX_DLOG", level, 1);
+        setenv("LUMIVEX_DLOG_FILE", file.c_str(), 1);
+        log();
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+      },
+      testing::ExitedWithCode(0), testing::Eq(text))
+      << (level == nullptr ? "unset" : level);
 }
 
 TEST(Dlog, ShowsWhatIsAskedFor) {
@@ -59,13 +50,13 @@ TEST(Dlog, ShowsWhatIsAskedFor) {
       {"loud", "dlog: unknown log level \"loud\" in LUMIVEX_DLOG; showing errors\n" + error},
   };
   for (const auto& [level, text] : kLevels) {
-    EXPECT_EQ(Written(level, nullptr, log), text) << (level == nullptr ? "unset" : level);
+    ExpectWritten(level, "", log, text);
   }
 }
 
 TEST(Dlog, OneCallIsOneLine) {
   const std::string long_text(20000, 'x');
-  // The first and the last of each kind of control, between its neighbours.
+  // The first and last of each range of control characters, between their neighbours.
   const std::pair<const char*, const char*> kTexts[] = {
       {"\x01\x1f ", "\\u0001\\u001f "},
       {"~\x7f\u0080\u009f\u00a0", "~\\u007f\\u0080\\u009f\u00a0"},
@@ -80,7 +71,8 @@ TEST(Dlog, OneCallIsOneLine) {
     shown_texts += std::string("[0] E/TAG: ") + shown + "\n";
   }
   const auto log = [&] {
-    __dlog_print(0, 6, "TAG", "%s: %s(%d) > %s", "f.cpp", "F", 7, "text");
+    EXPECT_EQ(__dlog_print(0, 6, "TAG", "%s: %s(%d) > %s", "f.cpp", "F", 7, "text"), 30);
+    EXPECT_EQ(__dlog_print(0, 2, "TAG", "less than asked for"), 0);
     __dlog_print(0, 6, "TAG", "ends itself\n");
     __dlog_print(0, 6, "T\n", "two\nlines\n\n");
     __dlog_print(0, 6, nullptr, "bell \a, \xc3\xbc");
@@ -90,59 +82,44 @@ TEST(Dlog, OneCallIsOneLine) {
     __dlog_print(0, 6, "TAG", "%s", "");
     __dlog_print(0, 6, "TAG", "%s", long_text.c_str());
   };
-  EXPECT_EQ(Written("debug", nullptr, log),
-            "[0] E/TAG: f.cpp: F(7) > text\n"
-            "[0] E/TAG: ends itself\n"
-            "[0] E/T\\n: two\\nlines\\n\n"
-            "[0] E/: bell \\u0007, \xc3\xbc\n" +
-                shown_texts +
-                "[0] E/TAG: \n"
-                "[0] E/TAG: " +
-                long_text + "\n");
+  ExpectWritten("debug", "", log,
+                "[0] E/TAG: f.cpp: F(7) > text\n"
+                "[0] E/TAG: ends itself\n"
+                "[0] E/T\\n: two\\nlines\\n\n"
+                "[0] E/: bell \\u0007, \xc3\xbc\n" +
+                    shown_texts + "[0] E/TAG: \n[0] E/TAG: " + long_text + "\n");
 }
 
-TEST(Dlog, AnswersTheBytesWritten) {
-  EXPECT_EQ(Written("error", nullptr,
-                    [] {
-                      const int written = __dlog_print(0, 6, "T", "four");
-                      const int filtered = __dlog_print(0, 3, "T", "four");
-                      _exit(written == 14 && filtered == 0 ? 0 : 1);
-                    }),
-            "[0] E/T: four\n");
-}
-
-TEST(Dlog, WritesToAFileFromManyThreads) {
-  std::string path = testing::TempDir() + "dlog_test_XXXXXX";
-  close(mkstemp(path.data()));
-  const std::string to_stderr = Written("debug", path.c_str(), [] {
-    std::thread threads[4];
-    for (std::thread& thread : threads) {
-      thread = std::thread([] {
-        for (int n = 0; n < 250; ++n) {
-          __dlog_print(0, 3, "TAG", "%s", "the same line");
+TEST(Dlog, AppendsToAFileFromManyThreads) {
+  const std::string path = testing::TempDir() + "dlog_test-" + std::to_string(getpid());
+  std::string expected = "what was there\n";
+  std::ofstream(path) << expected;
+  ExpectWritten(
+      "debug", path,
+      [] {
+        std::thread threads[4];
+        for (std::thread& thread : threads) {
+          thread = std::thread([] {
+            for (int n = 0; n < 250; ++n) {
+              __dlog_print(0, 3, "TAG", "%s", "the same line");
+            }
+          });
         }
-      });
-    }
-    for (std::thread& thread : threads) {
-      thread.join();
-    }
-  });
-  EXPECT_EQ(to_stderr, "");
-  FILE* const file = std::fopen(path.c_str(), "r");
-  ASSERT_NE(file, nullptr);
-  char line[256];
-  int lines = 0;
-  while (std::fgets(line, sizeof line, file) != nullptr) {
-    ASSERT_STREQ(line, "[0] D/TAG: the same line\n");
-    ++lines;
+        for (std::thread& thread : threads) {
+          thread.join();
+        }
+      },
+      "");
+  for (int line = 0; line < 1000; ++line) {
+    expected += "[0] D/TAG: the same line\n";
   }
-  std::fclose(file);
+  EXPECT_EQ(Slurp(path), expected);
   unlink(path.c_str());
-  EXPECT_EQ(lines, 1000);
 
-  EXPECT_EQ(Written("error", "/no/such/folder/log", [] { __dlog_print(0, 6, "T", "x"); }),
-            "dlog: /no/such/folder/log: No such file or directory; logging to standard error\n"
-            "[0] E/T: x\n");
+  ExpectWritten(
+      "error", "/no/such/folder/log", [] { __dlog_print(0, 6, "T", "x"); },
+      "dlog: /no/such/folder/log: No such file or directory; logging to standard error\n"
+      "[0] E/T: x\n");
 }
 
 }  // namespace

@@ -1,9 +1,10 @@
-// What the Pepper structures look like in memory, by number, on 32-bit and on 64-bit machines. Both
-// sides are compiled from the same headers here, so nothing else would notice a change.
+// The memory layout of the Pepper structures on 32-bit and 64-bit machines. Both sides are compiled
+// from the same headers here, so no other test would notice a change.
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <typeinfo>
 #include <vector>
 
 #include "ppapi/c/pp_completion_callback.h"
@@ -22,77 +23,77 @@
 
 namespace {
 
-constexpr bool kIs32Bit = sizeof(void*) == 4;
+using Numbers = std::vector<std::size_t>;
 
 TEST(Layout, OfValues) {
   const struct {
     const char* what;
-    std::size_t found, with_32_bits, with_64_bits;
+    Numbers found, expected, with_32_bits;  // empty: the same
   } kRows[] = {
-      {"PP_Bool", sizeof(PP_Bool), 4, 4},
-      {"PP_Instance", sizeof(PP_Instance), 4, 4},
-      {"PP_Resource", sizeof(PP_Resource), 4, 4},
-      {"PP_Var", sizeof(PP_Var), 16, 16},
-      {"PP_Var, alignment", alignof(PP_Var), 8, 8},
-      {"PP_Var::type", offsetof(PP_Var, type), 0, 0},
-      {"PP_VarType", sizeof(PP_Var::type), 4, 4},
-      {"PP_Var::padding", offsetof(PP_Var, padding), 4, 4},
-      {"PP_Var::value", offsetof(PP_Var, value), 8, 8},
-      {"PP_VarValue", sizeof(PP_VarValue), 8, 8},
-      {"PP_CompletionCallback", sizeof(PP_CompletionCallback), 12, 24},
-      {"PP_CompletionCallback::func", offsetof(PP_CompletionCallback, func), 0, 0},
-      {"PP_CompletionCallback::user_data", offsetof(PP_CompletionCallback, user_data), 4, 8},
-      {"PP_CompletionCallback::flags", offsetof(PP_CompletionCallback, flags), 8, 16},
-      {"PP_Rect", sizeof(PP_Rect), 16, 16},
-      {"PP_Rect::size", offsetof(PP_Rect, size), 8, 8},
+      {"sizes",
+       {sizeof(PP_Bool), sizeof(PP_Instance), sizeof(PP_Resource), sizeof(PP_VarType)},
+       {4, 4, 4, 4},
+       {}},
+      {"types",
+       {PP_VARTYPE_UNDEFINED, PP_VARTYPE_NULL, PP_VARTYPE_BOOL, PP_VARTYPE_INT32, PP_VARTYPE_DOUBLE,
+        PP_VARTYPE_STRING, PP_VARTYPE_ARRAY, PP_VARTYPE_DICTIONARY},
+       {0, 1, 2, 3, 4, 5, 7, 8},
+       {}},
+      {"PP_Var",
+       {offsetof(PP_Var, type), offsetof(PP_Var, padding), offsetof(PP_Var, value), sizeof(PP_Var),
+        alignof(PP_Var)},
+       {0, 4, 8, 16, 8},
+       {}},
+      {"PP_CompletionCallback",
+       {offsetof(PP_CompletionCallback, func), offsetof(PP_CompletionCallback, user_data),
+        offsetof(PP_CompletionCallback, flags), sizeof(PP_CompletionCallback)},
+       {0, 8, 16, 24},
+       {0, 4, 8, 12}},
+      {"PP_Rect", {offsetof(PP_Rect, size), sizeof(PP_Rect)}, {8, 16}, {}},
   };
   for (const auto& row : kRows) {
-    EXPECT_EQ(row.found, kIs32Bit ? row.with_32_bits : row.with_64_bits) << row.what;
+    const bool differs = sizeof(void*) == 4 && !row.with_32_bits.empty();
+    EXPECT_EQ(row.found, differs ? row.with_32_bits : row.expected) << row.what;
   }
 }
 
-// Each function stands at its position in its table, and there are no others.
+// The table consists of these functions, in this order.
 template <class Table, class... Functions>
-void ExpectOrder(const char* name, Functions Table::*... functions) {
+void ExpectOrder(Functions Table::*... functions) {
   const Table table{};
-  std::vector<std::ptrdiff_t> found, expected;
-  const auto place = [&](const auto& function) {
-    expected.push_back(static_cast<std::ptrdiff_t>(found.size() * sizeof(void*)));
-    found.push_back(reinterpret_cast<const char*>(&function) -
-                    reinterpret_cast<const char*>(&table));
+  const auto place = [&table](const auto& function) {
+    return static_cast<std::size_t>(reinterpret_cast<const char*>(&function) -
+                                    reinterpret_cast<const char*>(&table));
   };
-  (place(table.*functions), ...);
-  EXPECT_EQ(found, expected) << name;
-  EXPECT_EQ(sizeof(Table), found.size() * sizeof(void*)) << name;
+  Numbers expected;
+  while (expected.size() < sizeof...(functions)) {
+    expected.push_back(expected.size() * sizeof(void*));
+  }
+  EXPECT_EQ(Numbers{place(table.*functions)...}, expected) << typeid(Table).name();
+  EXPECT_EQ(sizeof(Table), sizeof...(functions) * sizeof(void*)) << typeid(Table).name();
 }
 
 TEST(Layout, OfTables) {
+  ExpectOrder(&PPP_Instance::DidCreate, &PPP_Instance::DidDestroy, &PPP_Instance::DidChangeView,
+              &PPP_Instance::DidChangeFocus, &PPP_Instance::HandleDocumentLoad);
+  ExpectOrder(&PPP_Messaging::HandleMessage);
+  ExpectOrder(&PPP_MessageHandler::HandleMessage, &PPP_MessageHandler::HandleBlockingMessage,
+              &PPP_MessageHandler::Destroy);
+  ExpectOrder(&PPB_Var::AddRef, &PPB_Var::Release, &PPB_Var::VarFromUtf8, &PPB_Var::VarToUtf8);
+  ExpectOrder(&PPB_VarDictionary::Create, &PPB_VarDictionary::Get, &PPB_VarDictionary::Set,
+              &PPB_VarDictionary::Delete, &PPB_VarDictionary::HasKey, &PPB_VarDictionary::GetKeys);
+  ExpectOrder(&PPB_VarArray::Create, &PPB_VarArray::Get, &PPB_VarArray::Set,
+              &PPB_VarArray::GetLength, &PPB_VarArray::SetLength);
+  ExpectOrder(&PPB_Messaging::PostMessage, &PPB_Messaging::RegisterMessageHandler,
+              &PPB_Messaging::UnregisterMessageHandler);
+  ExpectOrder(&PPB_MessageLoop::Create, &PPB_MessageLoop::GetForMainThread,
+              &PPB_MessageLoop::GetCurrent, &PPB_MessageLoop::AttachToCurrentThread,
+              &PPB_MessageLoop::Run, &PPB_MessageLoop::PostWork, &PPB_MessageLoop::PostQuit);
+  ExpectOrder(&PPB_Core::AddRefResource, &PPB_Core::ReleaseResource, &PPB_Core::GetTime,
+              &PPB_Core::GetTimeTicks, &PPB_Core::CallOnMainThread, &PPB_Core::IsMainThread);
   using Private = PPB_ExtensionSystem_Quorvel_0_1;
-  ExpectOrder("PPP_Instance", &PPP_Instance::DidCreate, &PPP_Instance::DidDestroy,
-              &PPP_Instance::DidChangeView, &PPP_Instance::DidChangeFocus,
-              &PPP_Instance::HandleDocumentLoad);
-  ExpectOrder("PPP_Messaging", &PPP_Messaging::HandleMessage);
-  ExpectOrder("PPP_MessageHandler", &PPP_MessageHandler::HandleMessage,
-              &PPP_MessageHandler::HandleBlockingMessage, &PPP_MessageHandler::Destroy);
-  ExpectOrder("PPB_Var", &PPB_Var::AddRef, &PPB_Var::Release, &PPB_Var::VarFromUtf8,
-              &PPB_Var::VarToUtf8);
-  using Dictionary = PPB_VarDictionary;
-  ExpectOrder("PPB_VarDictionary", &Dictionary::Create, &Dictionary::Get, &Dictionary::Set,
-              &Dictionary::Delete, &Dictionary::HasKey, &Dictionary::GetKeys);
-  using Array = PPB_VarArray;
-  ExpectOrder("PPB_VarArray", &Array::Create, &Array::Get, &Array::Set, &Array::GetLength,
-              &Array::SetLength);
-  using Messaging = PPB_Messaging;
-  ExpectOrder("PPB_Messaging", &Messaging::PostMessage, &Messaging::RegisterMessageHandler,
-              &Messaging::UnregisterMessageHandler);
-  using Loop = PPB_MessageLoop;
-  ExpectOrder("PPB_MessageLoop", &Loop::Create, &Loop::GetForMainThread, &Loop::GetCurrent,
-              &Loop::AttachToCurrentThread, &Loop::Run, &Loop::PostWork, &Loop::PostQuit);
-  using Core = PPB_Core;
-  ExpectOrder("PPB_Core", &Core::AddRefResource, &Core::ReleaseResource, &Core::GetTime,
-              &Core::GetTimeTicks, &Core::CallOnMainThread, &Core::IsMainThread);
-  ExpectOrder("PPB_ExtensionSystem_Quorvel", &Private::GetEmbedderName,
-              &Private::GetCurrentExtensionInfo, &Private::GenericSyncCall);
+  ExpectOrder(&Private::GetEmbedderName, &Private::GetCurrentExtensionInfo,
+              &Private::GenericSyncCall);
 }
 
 }  // namespace

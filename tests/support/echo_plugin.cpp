@@ -1,16 +1,22 @@
-// A plug-in that answers with what it gets. The element's attribute "mode" is "refuse" (creation
-// fails) or "early" (an event is posted while it is created).
+// A plug-in that answers with what it gets. The element's attribute "mode" is "refuse" or "throw"
+// (creation fails), "early" (an event is posted while it is created) or "bare" (it registers no
+// message handler).
 //
 // A blocking message is answered with itself, unless it is a dictionary with a string "do":
 //   "post"       posts "value" as an event before it answers
 //   "sleep"      sleeps "ms" milliseconds first
-//   "privilege"  answers what the browser says of the privilege "value"
+//   "privilege"  answers whether the browser grants the privilege "value"
 //   "window"     answers the window id, or null
 //   "leak"       forgets to release a string
 //   "twice"      releases a string twice
-// A message without an answer is posted back as {"got": message}.
+//   "reply"      answers a success as commands do, with "value"
+//   "throw"      throws
+// A message without an answer is posted back as {"got": message}; "throw" as above, and "respond"
+// posts an error about "value" as commands do.
 
 #include <chrono>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -18,29 +24,40 @@
 #include "ppapi/c/quorvel/ppb_extension_system_quorvel.h"
 #include "ppapi/cpp/instance.h"
 #include "ppapi/cpp/instance_handle.h"
-#include "ppapi/cpp/message_handler.h"
 #include "ppapi/cpp/message_loop.h"
 #include "ppapi/cpp/module.h"
 #include "ppapi/cpp/var_dictionary.h"
+#include "ppapi/quorvel/pp_base_message_handler.h"
 #include "ppapi/quorvel/simple_thread_await_loop.h"
 
 namespace {
 
-class Handler : public pp::MessageHandler {
+class Handler : public PPBaseMessageHandler {
  public:
-  void HandleMessage(pp::InstanceHandle instance, const pp::Var& message) override {
-    pp::VarDictionary event;
-    event.Set("got", message);
-    pp::Instance(instance.pp_instance()).PostMessage(event);
+  void WasUnregistered(pp::InstanceHandle instance) override {
+    pp::Instance(instance.pp_instance()).PostMessage("unregistered");
   }
 
-  pp::Var HandleBlockingMessage(pp::InstanceHandle instance, const pp::Var& message) override {
-    if (!message.is_dictionary()) {
-      return message;
+ protected:
+  void HandleMessageImpl(pp::InstanceHandle handle, const pp::Var& message) override {
+    pp::Instance instance(handle.pp_instance());
+    const pp::VarDictionary request(message);
+    const std::string action = request.Get("do").AsString();
+    ThrowIf(action == "throw");
+    if (action == "respond") {
+      responseData(instance, "name", 26, request.Get("value"), "Error", "text");
+    } else {
+      pp::VarDictionary event;
+      event.Set("got", message);
+      instance.PostMessage(event);
     }
+  }
+
+  pp::Var HandleBlockingMessageImpl(pp::InstanceHandle instance, const pp::Var& message) override {
     const pp::VarDictionary request(message);
     const std::string action = request.Get("do").AsString();
     const pp::Var value = request.Get("value");
+    ThrowIf(action == "throw");
     if (action == "post") {
       pp::Instance(instance.pp_instance()).PostMessage(value);
     } else if (action == "sleep") {
@@ -53,13 +70,19 @@ class Handler : public pp::MessageHandler {
       const PP_Var text = pp::Var("released twice").Detach();
       { const pp::Var once(pp::PASS_REF, text); }
       const pp::Var twice(pp::PASS_REF, text);
+    } else if (action == "reply") {
+      return createMessage(0, value, "", "");
     }
     return message;
   }
 
-  void WasUnregistered(pp::InstanceHandle) override {}
-
  private:
+  static void ThrowIf(bool told) {
+    if (told) {
+      throw std::runtime_error("thrown");
+    }
+  }
+
   static pp::Var Ask(pp::InstanceHandle instance, const pp::Var& operation, const pp::Var& data) {
     const auto* const extension = static_cast<const PPB_ExtensionSystem_Quorvel_0_1*>(
         pp::Module::Get()->GetBrowserInterface(PPB_EXTENSIONSYSTEM_QUORVEL_INTERFACE_0_1));
@@ -82,12 +105,17 @@ class Element : public pp::Instance {
     for (uint32_t i = 0; i < argc; ++i) {
       mode = std::string("mode") == argn[i] ? argv[i] : mode;
     }
+    if (mode == "throw") {
+      throw std::bad_alloc();
+    }
     if (mode == "early") {
       PostMessage("early");
     }
-    return mode != "refuse" && thread_.Start() &&
-           RegisterMessageHandler(&handler_, thread_.message_loop()) == 0;
+    return mode == "bare" || (mode != "refuse" && thread_.Start() &&
+                              RegisterMessageHandler(&handler_, thread_.message_loop()) == 0);
   }
+  void DidChangeFocus(bool has_focus) override { PostMessage(has_focus ? "focus" : "no focus"); }
+  void HandleMessage(const pp::Var& message) override { PostMessage("got " + message.AsString()); }
 
  private:
   Handler handler_;
@@ -96,6 +124,11 @@ class Element : public pp::Instance {
 
 class EchoModule : public pp::Module {
  public:
+  EchoModule() = default;
+  EchoModule(const EchoModule&) = delete;
+  EchoModule& operator=(const EchoModule&) = delete;
+  ~EchoModule() override { pp::Instance(1).PostMessage("shut down"); }
+
   bool Init() override { return GetBrowserInterface(PPB_MESSAGING_INTERFACE) != nullptr; }
   pp::Instance* CreateInstance(PP_Instance instance) override { return new Element(instance); }
 };

@@ -17,7 +17,7 @@ class HttpServer {
  public:
   struct Options {
     std::size_t bytes_per_second = 0;  // 0: as fast as it goes
-    // Nothing behind this place of a file is ever sent; the connection stays open.
+    // Nothing beyond this offset of a file is ever sent; the connection stays open.
     std::size_t stall_after = 0;  // 0: never
     bool hang_up = false;         // there the connection ends instead
     bool ranges = true;           // false: sends whole files only, whatever is asked for
@@ -42,7 +42,7 @@ class HttpServer {
   std::thread thread_;
 };
 
-// A port of the loopback interface that nobody listens on.
+// A loopback port that nobody listens on.
 int UnusedPort();
 
 #endif  // TESTS_SUPPORT_HTTP_SERVER_H_

@@ -1,7 +1,7 @@
 #ifndef TESTS_SUPPORT_PROCESS_H_
 #define TESTS_SUPPORT_PROCESS_H_
 
-// What this process has of threads and of open files.
+// Counts this process's threads and open files.
 
 #include <unistd.h>
 
@@ -22,13 +22,13 @@ inline std::ptrdiff_t CountFiles() {
   return CountEntries("/proc/self/fd");
 }
 
-// A sanitizer's own thread comes with the first one.
+// A sanitizer starts a thread of its own along with the first one.
 inline void StartFirstThread() {
   std::thread([] {}).join();
   usleep(20000);
 }
 
-// A joined thread may be listed a moment longer.
+// A joined thread may be listed for a moment longer.
 inline bool ThreadsComeTo(std::ptrdiff_t count) {
   for (int i = 0; i < 10000 && CountThreads() != count; ++i) {
     usleep(1000);

@@ -5,7 +5,7 @@
 #include <sstream>
 #include <string>
 
-// All that a file holds; nothing when it cannot be read.
+// The contents of a file; empty if it cannot be read.
 inline std::string Slurp(const std::string& file) {
   const std::ifstream stream(file, std::ios::binary);
   std::ostringstream text;

@@ -1,5 +1,5 @@
-#ifndef TESTS_HOST_TABLES_H_
-#define TESTS_HOST_TABLES_H_
+#ifndef TESTS_SUPPORT_TABLES_H_
+#define TESTS_SUPPORT_TABLES_H_
 
 // The browser's tables as a plug-in gets them, and a plug-in that is part of the test: the test
 // itself calls what a plug-in would call.
@@ -36,7 +36,17 @@ struct Tables {
   const PPB_Messaging& messaging = TableOf<PPB_Messaging>(PPB_MESSAGING_INTERFACE);
 };
 
-// What the plug-in of the test does when it is called; reset by each test.
+// Work for a message loop, which must run exactly once.
+inline PP_CompletionCallback Work(std::function<void()> work) {
+  return {[](void* user, int32_t) {
+            const std::unique_ptr<std::function<void()>> owned(
+                static_cast<std::function<void()>*>(user));
+            (*owned)();
+          },
+          new std::function<void()>(std::move(work)), 0};
+}
+
+// What the test's plug-in does when called; each test resets it.
 struct Plugin {
   std::function<bool(PP_Instance)> did_create = [](PP_Instance) { return true; };
   std::function<void(PP_Instance)> did_destroy = [](PP_Instance) {};
@@ -70,4 +80,4 @@ struct Plugin {
 
 }  // namespace lumivex::host
 
-#endif  // TESTS_HOST_TABLES_H_
+#endif  // TESTS_SUPPORT_TABLES_H_

@@ -16,7 +16,7 @@ VirtualScreen::VirtualScreen(int width, int height) {
   if (pipe2(ends, O_CLOEXEC) != 0) {
     return;
   }
-  // The server looks for a free number itself, and tells it.
+  // The server picks a free display number and reports it.
   const std::string number_to = std::to_string(ends[1]);
   const std::string size = std::to_string(width) + "x" + std::to_string(height) + "x24";
   server_ = fork();

@@ -14,7 +14,7 @@ class VirtualScreen {
   VirtualScreen(const VirtualScreen&) = delete;
   VirtualScreen& operator=(const VirtualScreen&) = delete;
 
-  // False when there is no Xvfb, or it does not start.
+  // False if there is no Xvfb or it does not start.
   bool works() const { return works_; }
 
  private:

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <thread>
 
-// Asks until the answer is true or the time has run out; the last answer.
+// Polls until the condition is true or the time is up; returns the last result.
 template <typename Condition>
 bool WaitUntil(std::chrono::milliseconds limit, Condition condition) {
   const auto end = std::chrono::steady_clock::now() + limit;

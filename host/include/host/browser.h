@@ -77,7 +77,6 @@ class Page {
   // Sends a message that has no answer. Without a handler that gets messages it goes to
   // PPP_Messaging on the main thread. False when nobody will get it.
   bool Post(const Json& message);
-  bool PostVar(PP_Var message);
 
   // Waits until the handler is done with what was sent before. False when it is not, in time.
   bool Settle(std::chrono::milliseconds timeout = kPatience);
@@ -89,7 +88,7 @@ class Page {
   // Ends the element as leaving the page does. Main thread; once is enough.
   //
   // First the page is gone: messages not begun are dropped, waiting senders get kPageGone, and what
-  // the plug-in posts from here on is counted and dropped. Then DidDestroy runs; the message that
+  // the plug-in posts from here on is dropped. Then DidDestroy runs; the message that
   // the handler is just working on may run beside it. With DidDestroy's return the handler counts
   // as unregistered. Its Destroy is not called then: the thread for it has ended, and the handler
   // with it, in a plug-in that cleans up; one that unregisters inside DidDestroy still gets the
@@ -98,13 +97,11 @@ class Page {
 
   bool IsOpen() const;
   bool HasHandler() const;
-  int64_t DroppedEvents() const;  // posted after the page was closed
   PP_Instance instance() const;
 
  private:
   friend class Browser;
   Page(std::shared_ptr<Runtime> runtime, std::shared_ptr<PageState> state);
-  bool PostOwned(OwnedVar message);
 
   const std::shared_ptr<Runtime> runtime_;
   const std::shared_ptr<PageState> state_;
@@ -131,7 +128,6 @@ class Browser {
   struct Options {
     ExtensionAnswers extension_answers;
     std::shared_ptr<ExtensionSystem> extension_system;  // if set, answers instead
-    bool offer_extension_system = true;  // false: as an engine that is not a television's
     // Called for each event that is dropped because its page was closed, on the thread that posted
     // it; on several threads at once, if they post at once.
     std::function<void(const Json& event)> on_dropped;
@@ -176,7 +172,6 @@ class Browser {
   int64_t LiveVars() const;
   int64_t LiveResources() const;            // references of the plug-in to message loops
   std::vector<std::string> DescribeLive();  // a line for each of the first vars, and each resource
-  int64_t DroppedEvents() const;            // of all pages
   std::vector<SyncCall> GenericSyncCalls() const;
 
   // Faults: from now on the browser lacks this interface / registering a handler returns this.

@@ -15,7 +15,7 @@ class Defects {
 
  private:
   // A plug-in that errs in a loop must not fill the memory.
-  static constexpr std::size_t kMost = 1000;
+  static constexpr std::size_t kMaxTexts = 1000;
 
   mutable std::mutex mutex_;
   std::vector<std::string> texts_;

@@ -29,10 +29,13 @@ PP_Bool DidCreate(PP_Instance instance, uint32_t argc, const char* argn[], const
     return PP_FALSE;
   }
   try {
-    return Module::Get()->InternalCreate(instance, argc, argn, argv) ? PP_TRUE : PP_FALSE;
+    if (Module::Get()->InternalCreate(instance, argc, argn, argv)) {
+      return PP_TRUE;
+    }
   } catch (const std::exception&) {  // out of memory or threads
-    return PP_FALSE;
   }
+  Module::Get()->InternalDestroy(instance);
+  return PP_FALSE;
 }
 
 void DidDestroy(PP_Instance instance) {
@@ -108,11 +111,7 @@ bool Module::InternalCreate(PP_Instance instance,
   }
   Instance* const target = created.get();
   instances_[instance] = std::move(created);
-  if (!target->Init(argc, argn, argv)) {
-    instances_.erase(instance);
-    return false;
-  }
-  return true;
+  return target->Init(argc, argn, argv);
 }
 
 void Module::InternalDestroy(PP_Instance instance) {

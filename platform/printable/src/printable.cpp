@@ -19,7 +19,7 @@ bool IsControl(unsigned int code) {
 
 Utf8Character FirstCharacter(std::string_view text) {
   constexpr Utf8Character kNone = {0, 0};
-  constexpr unsigned int kLeast[] = {0, 0, 0x80, 0x800, 0x10000};  // by length
+  constexpr unsigned int kMinCode[] = {0, 0, 0x80, 0x800, 0x10000};  // by length
   const unsigned int lead = text.empty() ? 0x80 : static_cast<unsigned char>(text[0]);
   const std::size_t length = lead < 0x80   ? 1
                              : lead < 0xc0 ? 0
@@ -39,7 +39,7 @@ Utf8Character FirstCharacter(std::string_view text) {
     code = code << 6 | (next & 0x3f);
   }
   const bool is_valid =
-      code >= kLeast[length] && (code < 0xd800 || code > 0xdfff) && code <= 0x10ffff;
+      code >= kMinCode[length] && (code < 0xd800 || code > 0xdfff) && code <= 0x10ffff;
   return is_valid ? Utf8Character{code, length} : kNone;
 }
 
