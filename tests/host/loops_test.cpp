@@ -120,6 +120,7 @@ TEST_F(LoopsTest, WhatWaitsInALoopEndsWithIt) {
     tables_.loop.PostWork(loop, Work([&] { tables_.core.ReleaseResource(loop); }), 0);
     tables_.loop.PostQuit(loop, destroys);
     EXPECT_FALSE(page_->Post("before there is a thread"));
+    EXPECT_EQ(page_->SendBlocking("likewise").outcome, Page::Outcome::kNoHandler);
     OnOtherThread([&] {
       tables_.loop.AttachToCurrentThread(loop);
       EXPECT_TRUE(page_->Post("behind the quit"));

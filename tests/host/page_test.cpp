@@ -216,10 +216,12 @@ TEST_F(PageTest, MessagesBehindAQuitAreRefused) {
          ending.wait_for(milliseconds(20)) != std::future_status::timeout) {
   }
   auto second = std::async(std::launch::async, [this] { return page_->SendBlocking("second"); });
+  auto settled = std::async(std::launch::async, [this] { return page_->Settle(kLong); });
   std::this_thread::sleep_for(milliseconds(20));
   proceed.set_value();
   EXPECT_EQ(first.get().value, 1);
   EXPECT_EQ(second.get().outcome, Outcome::kNoHandler);
+  EXPECT_TRUE(settled.get());
   ending.get();
   EXPECT_EQ(page_->SendBlocking("third").outcome, Outcome::kNoHandler);
   ExpectCleanEnd();
@@ -374,6 +376,8 @@ TEST_F(PageTest, EventsAreCopiesAndGoToTheirElement) {
   PostEvent(page_->instance(), "awaited");
   EXPECT_EQ(waiting.get(), Json("awaited"));
   EXPECT_FALSE(page_->NextEvent(milliseconds(1)));
+  page_->Close();
+  EXPECT_FALSE(page_->HasHandler());
   handler_.reset();
   ExpectCleanEnd();
 }

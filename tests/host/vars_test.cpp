@@ -81,7 +81,8 @@ TEST_F(VarsTest, ContainersHoldReferences) {
   EXPECT_TRUE(tables_.dictionary.Set(dictionary, z, array));
   EXPECT_TRUE(tables_.dictionary.Set(dictionary, a, z));
   EXPECT_TRUE(tables_.dictionary.Set(dictionary, a, a));  // replaces, keeps its place
-  EXPECT_TRUE(tables_.array.Set(array, 2, z));
+  EXPECT_TRUE(tables_.array.Set(array, 2, a));
+  EXPECT_TRUE(tables_.array.Set(array, 2, z));  // replaces, too
   Release(z);
   Release(a);
   Release(array);
@@ -257,13 +258,15 @@ TEST_F(VarsTest, JsonOfAVarIsWhatAPageSees) {
 }
 
 TEST_F(VarsTest, CopyIsIndependentAndTextNotUtf8BecomesNull) {
-  const PP_Var source = Own(
-      *browser_.vars().FromJson({{"list", {1, "two"}}, {"bad", "\xff"}, {"\xff", "unnamable"}}));
+  const PP_Var source = Own(*browser_.vars().FromJson(
+      {{"list", {1, "two"}}, {"none", Json::array()}, {"bad", "\xff"}, {"\xff", "unnamable"}}));
   const PP_Var copy = Own(*browser_.vars().DeepCopy(source));
   const PP_Var list = Own(tables_.dictionary.Get(source, Text("list")));
   tables_.array.Set(list, 0, IntVar(9));
-  EXPECT_EQ(browser_.vars().ToJson(copy), Json::parse(R"({"list": [1, "two"], "bad": null})"));
-  EXPECT_EQ(browser_.vars().ToJson(source), Json::parse(R"({"list": [9, "two"], "bad": null})"));
+  EXPECT_EQ(browser_.vars().ToJson(copy),
+            Json::parse(R"({"list": [1, "two"], "none": [], "bad": null})"));
+  EXPECT_EQ(browser_.vars().ToJson(source),
+            Json::parse(R"({"list": [9, "two"], "none": [], "bad": null})"));
 }
 
 }  // namespace

@@ -11,8 +11,8 @@
 //   "twice"      releases a string twice
 //   "reply"      answers a success as commands do, with "value"
 //   "throw"      throws
-// A message without an answer is posted back as {"got": message}; "throw" as above, and "respond"
-// posts an error about "value" as commands do.
+// A message without an answer is posted back as {"got": message}; "sleep" and "throw" work as
+// above, and "respond" posts an error about "value" as commands do.
 
 #include <chrono>
 #include <new>
@@ -44,6 +44,7 @@ class Handler : public PPBaseMessageHandler {
     const pp::VarDictionary request(message);
     const std::string action = request.Get("do").AsString();
     ThrowIf(action == "throw");
+    SleepIf(action == "sleep", request);
     if (action == "respond") {
       responseData(instance, "name", 26, request.Get("value"), "Error", "text");
     } else {
@@ -58,10 +59,9 @@ class Handler : public PPBaseMessageHandler {
     const std::string action = request.Get("do").AsString();
     const pp::Var value = request.Get("value");
     ThrowIf(action == "throw");
+    SleepIf(action == "sleep", request);
     if (action == "post") {
       pp::Instance(instance.pp_instance()).PostMessage(value);
-    } else if (action == "sleep") {
-      std::this_thread::sleep_for(std::chrono::milliseconds(request.Get("ms").AsInt()));
     } else if (action == "privilege" || action == "window") {
       return Ask(instance, action == "window" ? "get_window_id" : "check_ace_privilege", value);
     } else if (action == "leak") {
@@ -80,6 +80,12 @@ class Handler : public PPBaseMessageHandler {
   static void ThrowIf(bool told) {
     if (told) {
       throw std::runtime_error("thrown");
+    }
+  }
+
+  static void SleepIf(bool told, const pp::VarDictionary& request) {
+    if (told) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(request.Get("ms").AsInt()));
     }
   }
 
