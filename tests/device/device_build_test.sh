@@ -111,6 +111,14 @@ make_sdk "$work/other sdk"
 pack "$work/other"
 same "bytes of the second build" "$(cd "$work/other/packages" && sha256sum -- *.*)" \
   "$(cd "$work/other/packages" && set -- *.* && cd "$device/packages" && sha256sum -- "$@")"
+(cd "$work/other" && umask 077 && cpack -G TGZ -B "$work/careful") >"$work/pack.log" 2>&1 || fail "$(cat "$work/pack.log")"
+same "archive of a careful user" "$(sha256sum <"$work/other/packages/$archive.tar.gz")" \
+  "$(sha256sum <"$work/careful/$archive.tar.gz")"
+# A library that lacks a symbol.
+compiler=$(sed -n 's/^set(CMAKE_CXX_COMPILER "\(.*\)")$/\1/p' "$device"/CMakeFiles/*/CMakeCXXCompiler.cmake)
+"$compiler" -x c -shared -o "$work/other sdk/usr/lib64/libdlog.so" - <<<"int other;"
+cmake --build "$work/other" >"$work/error.log" 2>&1 && fail "an SDK without __dlog_print is accepted"
+grep -qF "undefined reference to \`__dlog_print'" "$work/error.log" || fail "$(cat "$work/error.log")"
 
 mkdir -p "$image"
 dpkg-deb -x "$deb" "$image"
@@ -135,11 +143,15 @@ same "the library is stripped" "" "$(readelf -SW "$library" | grep -oE '\.(symta
 same "protection of the stack" "__stack_chk_fail" "$(nm -D "$library" | grep -o '__stack_chk_fail')"
 same "relocations" "BIND_NOW NOW GNU_RELRO" "$(readelf -d "$library" | sed -n 's/.*(FLAGS\(_1\)\?) *\(Flags: \)\?//p' | xargs) \
 $(readelf -lW "$library" | grep -o GNU_RELRO)"
-case $architecture in amd64) objdump -d "$library" | grep endbr64 >/dev/null || fail "no control-flow protection" ;; esac
 dpkg-deb -x "$debug" "$image"
 id=$(readelf -n "$library" | sed -n 's/.*Build ID: //p')
 lines=$image/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug
 address=$(nm -D --defined-only "$library" | sed -n 's/ T GetLumivexPlayer.*//p')
+case $architecture in amd64)
+  objdump -d --start-address="0x$address" --stop-address=$((0x$address + 4)) "$library" | grep -q endbr64 ||
+    fail "no control-flow protection"
+  ;;
+esac
 same "line of an entry point" "src/ZunoPlayerAdapter.cpp" \
   "$(addr2line -e "$lines" "0x$address" | sed -E 's,^(build/)?([^:]*):[1-9][0-9]*.*,\2,')"
 same "search path" "" "$(dynamic "$library" 'RUNPATH\|RPATH')"
@@ -169,7 +181,6 @@ played=$("${own[@]}" --json "$image/usr/share/lumivex/examples/tuner.jsonl") || 
 grep -qF '"RF_INFO_EVENT"' <<<"$played" || fail "the script came to nothing:" "$played"
 
 # What --check says of libraries that are not whole.
-compiler=$(sed -n 's/^set(CMAKE_CXX_COMPILER "\(.*\)")$/\1/p' "$device"/CMakeFiles/*/CMakeCXXCompiler.cmake)
 # check NAME SOURCE FAILED_LINE (or none): with a library of that name made of SOURCE, none, or one for no processor.
 check() {
   rm -f "$image/usr/lib/$1"
