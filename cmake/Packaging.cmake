@@ -88,6 +88,7 @@ endforeach()
 install(FILES "${PROJECT_SOURCE_DIR}/cmake/debian/lintian-overrides" RENAME lumivex-pplugin
   DESTINATION share/lintian/overrides COMPONENT plugin EXCLUDE_FROM_ALL)
 set(CPACK_DEBIAN_PLUGIN_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/debian/triggers")
+set(CPACK_DEBIAN_PLUGIN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 # Runs when the packages are made: sets the date and the oldest libc that has the required symbols.
 file(GENERATE OUTPUT "${PROJECT_BINARY_DIR}/package.cmake" CONTENT "
