@@ -52,8 +52,8 @@ bool Loop::PostQuit(bool should_destroy) {
 
 bool Loop::Enqueue(Item item, std::chrono::milliseconds delay) {
   // Far enough, and the sum with now stays within the clock's range.
-  constexpr std::chrono::milliseconds kLongest = std::chrono::hours(24 * 365);
-  delay = std::clamp(delay, std::chrono::milliseconds(0), kLongest);
+  constexpr std::chrono::milliseconds kMaxDelay = std::chrono::hours(24 * 365);
+  delay = std::clamp(delay, std::chrono::milliseconds(0), kMaxDelay);
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (destroyed_) {

@@ -41,7 +41,7 @@ class PageState;
 class Runtime;
 
 // One plug-in element of a page. Any thread may call it unless stated otherwise; it must not be
-// destroyed while a call is under way.
+// destroyed during a call.
 class Page {
  public:
   enum class Outcome {
@@ -74,25 +74,24 @@ class Page {
   // message is copied.
   VarAnswer SendBlockingVar(PP_Var message, std::chrono::milliseconds timeout = kPatience);
 
-  // Sends a message that has no answer. Without a handler that gets messages it goes to
-  // PPP_Messaging on the main thread. False when nobody will get it.
+  // Sends a message that has no answer. Without a message handler it goes to PPP_Messaging on the
+  // main thread. False if nobody receives it.
   bool Post(const Json& message);
 
-  // Waits until the handler is done with what was sent before. False when it is not, in time.
+  // Waits until the handler has handled all messages sent before. False if that takes too long.
   bool Settle(std::chrono::milliseconds timeout = kPatience);
 
-  // The oldest event not yet taken; null when none came in time. Events that arrived before the
+  // The oldest event not yet taken; null if none arrives in time. Events that arrived before the
   // page was closed can still be taken.
   std::optional<Json> NextEvent(std::chrono::milliseconds timeout = std::chrono::milliseconds(0));
 
-  // Ends the element as leaving the page does. Main thread; once is enough.
+  // Ends the element as leaving the page does. Main thread; further calls do nothing.
   //
-  // First the page is gone: messages not begun are dropped, waiting senders get kPageGone, and what
-  // the plug-in posts from here on is dropped. Then DidDestroy runs; the message that
-  // the handler is just working on may run beside it. With DidDestroy's return the handler counts
-  // as unregistered. Its Destroy is not called then: the thread for it has ended, and the handler
-  // with it, in a plug-in that cleans up; one that unregisters inside DidDestroy still gets the
-  // call.
+  // First the page is gone: messages not yet started are dropped, waiting senders get kPageGone,
+  // and whatever the plug-in posts from now on is dropped. Then DidDestroy runs, possibly while the
+  // handler still works on a message. When DidDestroy returns, the handler counts as unregistered,
+  // but its Destroy is not called: in a plug-in that cleans up, its thread has ended and the
+  // handler is gone. A handler that the plug-in unregisters inside DidDestroy does get the call.
   void Close();
 
   bool IsOpen() const;
@@ -148,7 +147,7 @@ class Browser {
   // The same for a plug-in that is linked into the program.
   bool LoadModule(const ModuleEntry& entry, std::string* error);
   // Closes the pages that are open, shuts the module down, closes the library, and then records
-  // every var and resource that still lives as a defect. False when the library cannot be closed.
+  // every var and resource that still exists as a defect. False when the library cannot be closed.
   bool Unload(std::string* error = nullptr);
 
   // Null, with the reason, if the plug-in refuses. The attributes are those of the element. The

@@ -7,10 +7,10 @@
 // binary contract: another implementation of the library may take the place of ours at run time.
 //
 // Threads: every function may be called on any thread. Events come on a thread of the tuner, which
-// holds no lock meanwhile: a listener may call the tuner from inside OnEvent, but for the release.
+// holds no lock meanwhile: a listener may call the tuner inside OnEvent, except ReleaseInstance.
 //
 // There is one tuner, which all callers of GetInstance share: what one of them tunes, selects or
-// sets applies to the others. It is reset once the last of them has given it back.
+// sets applies to the others. It is reset when the last of them has released it.
 
 #pragma GCC visibility push(default)
 
@@ -34,7 +34,7 @@ class CTVSHandler {
 class CAppUtil {
  public:
   // Writes the NUL-terminated application id of a process into buffer, of size bytes; a longer id
-  // is cut. 0 on success; otherwise not 0, and nothing is written.
+  // is truncated. Returns 0 on success; otherwise nothing is written.
   static int GetKelvoAppIDByPID(int pid, char* buffer, int size);
 };
 
@@ -44,34 +44,34 @@ class CRFManager {
   enum LUMIVEX_CHANNEL_TYPE : int {};
 
   // The tuner, or null if applicationId is null or the service cannot start. It belongs to the
-  // service: give it back with ReleaseInstance, once for each successful call. The other two
-  // arguments have no meaning here.
+  // service: call ReleaseInstance once for each successful call. The other two arguments are not
+  // used here.
   static CRFManager* GetInstance(const char* applicationId, bool, _Eo_Opaque*);
 
-  // Gives the tuner back once; without a call of GetInstance to match it does nothing. No listener
-  // is registered once it has returned, so the caller may delete its own: it waits for an OnEvent
-  // that is under way, so hold no lock that OnEvent needs.
+  // Releases the tuner once; without a matching GetInstance it does nothing. It unregisters the
+  // listener and waits for a running OnEvent, so hold no lock that OnEvent needs. The caller may
+  // then delete its listener.
   static void ReleaseInstance();
 
-  // All of the following answer true on success; false while nobody holds the tuner, and for an
-  // unknown argument. On failure outputs and state stay as they were.
+  // All of the following return true on success; false while nobody holds the tuner, and for an
+  // unknown argument. On failure, outputs and state are unchanged.
 
-  // The only listener from now on. It stays the caller's and must live until ReleaseInstance has
+  // The only listener from now on. The caller owns it and must keep it until ReleaseInstance has
   // returned.
   bool RegisterRFEventHandler(IEventListener* listener);
   bool SetSubtitleWindowSubsurface(unsigned int windowId);
   // False before a window was set.
   bool ShowSubtitleWindow();
-  // For later tunes; what is tuned stays.
+  // For the next tuning; the current service stays tuned.
   bool SetChType(LUMIVEX_CHANNEL_TYPE type);
 
-  // True: the tune has begun, and its event follows after about 200 ms. Nothing is tuned until
-  // then. A new tune takes the place of one under way, which then gets no event. False: the channel
-  // type has no such service; no event follows, and what is tuned or under way stays.
+  // True: tuning has started, and its event follows after about 200 ms. Nothing is tuned until
+  // then. It cancels tuning in progress, which then gets no event. False: the channel type has no
+  // such service; no event follows, and nothing changes.
   bool TuneRFChannel(int major, int minor, int programNumber, int transportStreamId);
 
-  // All of the following are about the tuned service and answer false while there is none. Indexes
-  // count from 0; a tune selects the first track of each kind.
+  // All of the following are about the tuned service and return false while there is none. Indexes
+  // start at 0; tuning selects the first track of each kind.
   bool GetNumOfMultiAudio(unsigned int* count);
   bool GetNumOfSubtitle(unsigned int* count);
   bool GetCurrentAudioIndex(int* index);

@@ -15,14 +15,14 @@ constexpr CTVSHandler::LUMIVEX_SUBTITLE_MODE kMaxSubtitleMode{1};
 rf_manager::Tuner tuner;
 CRFManager instance;  // its address is what callers hold
 
-// The answer of action, called with the tuner's state; false while nobody holds the tuner. A handle
-// is only compared, never looked into: it may be null.
+// The result of action, called with the tuner's state; false while nobody holds the tuner. A handle
+// is only compared, so it may be null.
 template <typename Action>
 bool Use(const CRFManager* handle, Action action) {
   return handle == &instance && tuner.Use(action);
 }
 
-// The answer of action, called with the state and the tuned service; false if there is none.
+// The result of action, called with the state and the tuned service; false if there is none.
 template <typename Action>
 bool UseTuned(const CRFManager* handle, Action action) {
   return Use(handle,
