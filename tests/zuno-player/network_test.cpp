@@ -86,6 +86,9 @@ TEST(Network, PlaysAnAdaptiveMedium) {
   ASSERT_TRUE(rig.recorder.WaitFor(kEndOfStream, 1, Patience(6000)));
   ExpectWholePeriods(rig.recorder);
   EXPECT_FALSE(rig.recorder.Notes(kBuffering).empty());
+  // A broadcast stream's count begins before its first picture.
+  ASSERT_TRUE(rig.player->InitPlayer(Media("hls/low/000.ts").c_str(), 0));
+  EXPECT_EQ(0, rig.Position());
   // The sizes told are those of variants, each told once it applies.
   EXPECT_FALSE(rig.recorder.Notes(kResolution).empty());
   EXPECT_TRUE(rig.recorder.Errors().empty());

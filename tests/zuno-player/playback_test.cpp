@@ -113,6 +113,7 @@ TEST(Playback, SeeksExactly) {
     EXPECT_FALSE(rig.player->Seek(target)) << target;
     EXPECT_NEAR(7000, rig.Position(), 1);
   }
+  EXPECT_TRUE(rig.recorder.Notes(kEndOfStream).empty());
 }
 
 TEST(Playback, StartsAtTheOffset) {

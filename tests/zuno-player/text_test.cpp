@@ -1,6 +1,7 @@
 // Timed text: every cue once, at its time, and nothing after it.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <ctime>
 
 #include "http_server.h"
@@ -53,17 +54,21 @@ TEST(TimedText, EndsWithItsCue) {
   Rig rig;
   const std::string file = WriteFile("ends.srt",
                                      "0:1:0,2 --> 0:1:1,6\nA\n0:1:0,4 --> 0:1:0,8\nB\n"
-                                     "0:1:0,8 --> 0:1:1,2\nC\n0:1:1,6 --> 0:1:1,8\nD\n"
+                                     "0:1:0,8 --> 0:1:1,2\nC\n0:1:1,6 --> 0:1:1,76\nD\n"
                                      "0:1:4 --> 1:0:0\nE\n");
+  std::atomic<int> position{0};
+  rig.recorder.inside = [&](int id) { position = id == kTimedText ? rig.Position() : 0; };
   ASSERT_TRUE(rig.player->StartSubtitle(file.c_str(), 0));
   ASSERT_TRUE(rig.PlayFile(WriteFile("minute.wav", Wave(65)), 60000));
   ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 6, Patience(2000)));
+  EXPECT_NEAR(61760, position, Slack(200));  // just behind a report
   ASSERT_TRUE(rig.player->Seek(64500));
   ASSERT_TRUE(rig.recorder.WaitFor(kEndOfStream, 1, Patience(1000)));
   ASSERT_TRUE(rig.player->Seek(64000));
   ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 9, Patience(500)));
   ASSERT_TRUE(rig.player->Stop());
   ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 10, Patience(500)));
+  rig.player.reset();
   EXPECT_EQ((std::vector<std::string>{"A", "B", "C", "A", "D", "", "E", "", "E", ""}),
             rig.recorder.Texts());
 }
