@@ -92,8 +92,9 @@ struct Reader {
     }
     Json request = Pick(Commands()).message;
     const auto module = static_cast<unsigned char>(Take());
-    request["moduleName"] =
-        module % 8 < std::size(kModules) ? Json(kModules[module % 8]) : request["moduleName"];
+    if (module % 8 < std::size(kModules)) {
+      request["moduleName"] = kModules[module % 8];
+    }
     while (!text.empty()) {
       const std::string& key = Pick(Keys());
       request[key] = Pick(kValues);

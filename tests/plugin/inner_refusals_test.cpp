@@ -96,25 +96,5 @@ TEST_F(Refusals, OfTheRegistrationLeaveTheElement) {
   EXPECT_FALSE(page_->HasHandler());
 }
 
-// Player and tuner may report once more while they are destroyed; by then the page is gone.
-TEST_F(Refusals, LeaveLateEventsToTheBrowser) {
-  Lines dropped;
-  Browser::Options options;
-  options.on_dropped = [&dropped](const Json& event) { dropped.push_back(event.dump()); };
-  Load(std::move(options));
-  page_ = NewPage();
-  EXPECT_EQ(Send(Request(kTuner, "SetChannelType", R"({"channelType": 1})")), Ok("true"));
-  stage_.on_call = [this](const std::string& call) {
-    if (call == "player 1") {
-      EXPECT_EQ(stage_.Message(186), 1);
-    } else if (call == "tuner ReleaseInstance") {
-      stage_.Event(0, 0, "");
-    }
-  };
-  page_.reset();
-  EXPECT_THAT(dropped, ElementsAre(R"({"event":"RF_INFO_EVENT","eventType":0})",
-                                   R"({"event":"PLAYBACK_ERROR_EVENT","extra":0,"type":1})"));
-}
-
 }  // namespace
 }  // namespace lumivex::test

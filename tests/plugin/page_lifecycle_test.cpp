@@ -68,23 +68,30 @@ TEST_F(Lifecycle, RunsInOrderFromConstructionToDestruction) {
 }
 
 TEST_F(Lifecycle, ReleasesTheTunerBeforeThePlayer) {
-  Open();
+  Lines dropped;
+  Browser::Options options;
+  options.on_dropped = [&dropped](const Json& event) { dropped.push_back(event.dump()); };
+  Load(std::move(options));
+  page_ = NewPage();
   Send(Request(kTuner, "SetChannelType", R"({"channelType": 0})"));
   Send(Request(kTuner, "SetChannelType", R"({"channelType": 1})"));
-  // The service may still report while it is being released.
+  // Both may report once more while they are released; by then the page is gone.
   stage_.on_call = [this](const std::string& call) {
     if (call == "tuner ReleaseInstance") {
-      stage_.Event(3, 0, "");
+      stage_.Event(0, 0, "");
+    } else if (call == "player 1") {
+      EXPECT_EQ(stage_.Message(186), 1);
     }
   };
-  EXPECT_THAT(
-      JournalOfClosing(),
-      ElementsAreArray(
-          kDestructorStarts +
-          Lines{"tuner ReleaseInstance()",
-                "t:OnEvent [CLumivexEventListener][OnEvent] contentType: [3], param1: [0], param2: "
-                "[]"} +
-          kDestruction));
+  const Report tuned = ExpectTunerEvent(0, 0, "");
+  const Report failed = ExpectMessage(186, nullptr, &now_);
+  Lines destruction = kDestruction;
+  destruction.insert(std::find(destruction.begin(), destruction.end(), "player 1()") + 1,
+                     failed.journal.begin(), failed.journal.end());
+  EXPECT_THAT(JournalOfClosing(),
+              ElementsAreArray(kDestructorStarts + Lines{"tuner ReleaseInstance()"} +
+                               tuned.journal + destruction));
+  EXPECT_THAT(dropped, ElementsAre(*tuned.event, *failed.event));
 }
 
 TEST_F(Lifecycle, NamesAndSeparatesItsThreads) {
