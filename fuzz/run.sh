@@ -8,7 +8,7 @@ set -uo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 seconds=${1:-30}
 [[ $seconds =~ ^[1-9][0-9]*$ ]] || {
-  echo "$seconds: no number of seconds" >&2
+  echo "fuzz/run.sh: \"$seconds\" is not a number of seconds" >&2
   exit 64
 }
 build=${2:-$here/../build/fuzz}

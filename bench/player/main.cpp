@@ -155,7 +155,7 @@ int Main(int argc, char** argv) {
               .dump(2)
        << std::endl;
   if (!file) {
-    Fail(std::string(argv[2]) + ": cannot be written");
+    Fail("cannot write " + std::string(argv[2]));
   }
   return 0;
 }
