@@ -106,11 +106,25 @@ set_depends(PLUGIN \"$<TARGET_FILE:lumivex-pplugin>\")
 ${bringup_depends}
 set(CPACK_DEBIAN_DEBUG_PACKAGE_DEPENDS \"lumivex-pplugin (= ${PROJECT_VERSION}-${LUMIVEX_REVISION})\")
 ")
-# The same folder modes under any umask.
+# The same folder modes under any umask, in archives too.
 file(WRITE "${PROJECT_BINARY_DIR}/modes.cmake" [[
 file(CHMOD_RECURSE "${CPACK_TEMPORARY_DIRECTORY}" DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE
   OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 ]])
 set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_BINARY_DIR}/modes.cmake")
+# cpack counts what folders take on the build machine's file system into Debian's Installed-Size.
+file(WRITE "${PROJECT_BINARY_DIR}/sizes.cmake" [[
+list(FILTER CPACK_PACKAGE_FILES INCLUDE REGEX "[.]deb$")
+foreach(package IN LISTS CPACK_PACKAGE_FILES)
+  set(folder "${CPACK_TEMPORARY_DIRECTORY}/deb")
+  file(REMOVE_RECURSE "${folder}")
+  execute_process(COMMAND dpkg-deb -R "${package}" "${folder}" COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND sed -i "/^Installed-Size:/d" "${folder}/DEBIAN/control" COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND touch -d "@$ENV{SOURCE_DATE_EPOCH}" "${folder}" "${folder}/DEBIAN" "${folder}/DEBIAN/control")
+  execute_process(COMMAND dpkg-deb --root-owner-group -Zgzip -b "${folder}" "${package}"
+    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
+]])
+set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_BINARY_DIR}/sizes.cmake")
 set(CPACK_PROJECT_CONFIG_FILE "${PROJECT_BINARY_DIR}/package.cmake")
 include(CPack)
