@@ -235,7 +235,7 @@ void CheckPlugin(const CommandLine& line) {
 
 }  // namespace
 
-int Check(const CommandLine& line) noexcept {
+int Check(const CommandLine& line) {
   for (const int signal : {SIGALRM, SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT}) {
     std::signal(signal, OnSignal);
   }
@@ -246,8 +246,12 @@ int Check(const CommandLine& line) noexcept {
       EndCheck(": ended the process\n");
     }
   });
-  CheckPlayer(line.script);
-  CheckPlugin(line);
+  try {
+    CheckPlayer(line.script);
+    CheckPlugin(line);
+  } catch (...) {
+    std::terminate();
+  }
   Begin("end of the process");
   at_end = true;
   return all_good ? 0 : 1;

@@ -9,7 +9,7 @@ namespace lumivex::host {
 // prints a line for each. line.script is a clip to play, or "-" for none. Ends the process if a
 // layer does not return within 10 s, crashes or throws. Returns the exit status: 0, or 1 if a check
 // failed.
-int Check(const CommandLine& line) noexcept;
+int Check(const CommandLine& line);
 
 }  // namespace lumivex::host
 
