@@ -24,7 +24,7 @@ TEST(Network, HoldsWhenItRunsDry) {
   HttpServer::Options slow;
   slow.bytes_per_second = 6000;  // of 8000 that it needs
   const HttpServer server(ScratchFolder(), slow);
-  WriteFile("slow.wav", Wave(20));
+  WriteFile("slow.wav", Wave(60));
   Rig rig;
   ASSERT_TRUE(rig.PlayFile(server.Url("slow.wav")));
   const auto buffers = [&rig](bool still) {
