@@ -111,6 +111,11 @@ class Recorder::Visit {
   Recorder* const recorder_;
 };
 
+Recorder::~Recorder() {
+  std::unique_lock<std::mutex> lock(mutex_);
+  changed_.wait(lock, [this] { return depth_ == 0; });
+}
+
 int Recorder::OnMessage(int id, void* param, void* user_data) {
   auto* self = static_cast<Recorder*>(user_data);
   const auto* record = static_cast<const ZunoMessageParam*>(param);

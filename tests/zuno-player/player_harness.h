@@ -46,6 +46,12 @@ class Recorder {
     bool has_record;
   };
 
+  Recorder() = default;
+  // Waits for the end of a callback in which the player was deleted.
+  ~Recorder();
+  Recorder(const Recorder&) = delete;
+  Recorder& operator=(const Recorder&) = delete;
+
   static int OnMessage(int id, void* param, void* user_data);
   static void OnPosition(unsigned long position, void* user_data);
 
