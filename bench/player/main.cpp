@@ -118,6 +118,7 @@ int Main(int argc, char** argv) {
   gst_init(nullptr, nullptr);
   httplib::Server server;
   server.set_tcp_nodelay(true);
+  server.set_default_headers({{"Accept-Ranges", "bytes"}});  // as web servers do
   server.set_mount_point("/", folder);
   const std::string site =
       "http://127.0.0.1:" + std::to_string(server.bind_to_any_port("127.0.0.1"));
