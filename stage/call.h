@@ -52,7 +52,7 @@ template <class... Arguments>
 Answer Call(const char* who, int number, const std::string& name, Arguments... arguments) {
   std::string text;
   ((text += (text.empty() ? "" : ", ") + Show(arguments)), ...);
-  const Answer answer = Enter(who, number, name, text);
+  Answer answer = Enter(who, number, name, text);
   if (answer.fills) {
     (Fill(answer, arguments), ...);
   }

@@ -4,6 +4,7 @@
 #include <array>
 #include <cinttypes>
 #include <cstdio>
+#include <exception>
 #include <type_traits>
 #include <utility>
 
@@ -151,11 +152,15 @@ void VarTable::AddRef(PP_Var var) {
   Take("AddRef", var);
 }
 
-// NOLINTNEXTLINE(bugprone-exception-escape): where memory runs out the process ends
 void VarTable::Release(PP_Var var) noexcept {
-  if (IsCounted(var)) {
+  if (!IsCounted(var)) {
+    return;
+  }
+  try {
     const std::lock_guard<std::mutex> lock(mutex_);
     Drop(var);
+  } catch (...) {
+    std::terminate();  // no memory
   }
 }
 
