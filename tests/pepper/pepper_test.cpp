@@ -126,7 +126,7 @@ TEST_F(Pepper, AThreadThatCannotBeMadeIsNotStarted) {
   pthread_attr_t huge;
   pthread_getattr_default_np(&usual);
   pthread_getattr_default_np(&huge);
-  pthread_attr_setstacksize(&huge, SIZE_MAX / 4 / 65536 * 65536);
+  pthread_attr_setstacksize(&huge, SIZE_MAX / 4 * 3 / 65536 * 65536);
   pthread_setattr_default_np(&huge);
   EXPECT_FALSE(thread.Start());
   pthread_setattr_default_np(&usual);
