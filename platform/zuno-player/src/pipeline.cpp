@@ -21,7 +21,7 @@ constexpr int kPlayNativeVideo = 1 << 6;  // no scaler of playbin's own, which a
 // What comes from a server is kept in a temporary file, in which demultiplexers find their way as
 // in any file; of what they only pass through they seldom know where it is.
 constexpr int kPlayDownload = 1 << 7;
-constexpr int kPlayBuffering = 1 << 8;
+constexpr int kPlayBuffering = 1 << 8;  // reads ahead, which delays every jump
 constexpr int kPlayDeinterlace = 1 << 9;
 
 std::string TagText(const GstTagList* tags, const char* name) {
@@ -113,7 +113,9 @@ void OnElementAdded(GstBin* playbin, GstBin* /*bin*/, GstElement* element, void*
 std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* videoSink) {
   // playbin3 knows the tracks of adaptive media, but reads those from servers only. Of other media
   // it loses the end now and then, and it crashes after files that break off.
-  const bool streams = IsAdaptiveAddress(uri);
+  const bool network = IsNetworkUri(uri);
+  const bool playlist = NamesPlaylist(uri);
+  const bool streams = network && playlist;
   // playbin takes over floating references, so what it was not given yet is released here.
   ElementPtr video(videoSink != nullptr ? videoSink : ParseBin(kSilentSink));
   ElementPtr audio(MakeAudioSink());
@@ -133,8 +135,8 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   // Texts nobody takes must not hold up the stream.
   g_object_set(text.get(), "sync", TRUE, "max-buffers", 16U, "drop", TRUE, nullptr);
   g_object_set(playbin.get(), "uri", uri.c_str(), "flags",
-               kPlayVideo | kPlayAudio | kPlayText | kPlayNativeVideo | kPlayDownload |
-                   kPlayBuffering | kPlayDeinterlace,
+               kPlayVideo | kPlayAudio | kPlayText | kPlayNativeVideo | kPlayDeinterlace |
+                   (network || playlist ? kPlayDownload | kPlayBuffering : 0),
                "video-sink", video.get(), "audio-sink", audio.get(), "audio-filter", tempo.get(),
                "text-sink", text.get(), nullptr);
   g_signal_connect(playbin.get(), "source-setup", G_CALLBACK(OnSourceSetup), nullptr);

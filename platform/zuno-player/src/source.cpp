@@ -85,9 +85,9 @@ bool IsReadable(const std::string& uri) {
                                access(path.c_str(), R_OK) == 0);
 }
 
-bool IsAdaptiveAddress(const std::string& uri) {
-  return IsNetworkUri(uri) && g_regex_match_simple("\\.(m3u8|mpd)\\b", uri.c_str(),
-                                                   G_REGEX_CASELESS, GRegexMatchFlags{}) != FALSE;
+bool NamesPlaylist(const std::string& uri) {
+  return g_regex_match_simple("\\.(m3u8|mpd)\\b", uri.c_str(), G_REGEX_CASELESS,
+                              GRegexMatchFlags{}) != FALSE;
 }
 
 void SetUpSource(GstElement* source) {

@@ -21,8 +21,8 @@ bool IsNetworkUri(const std::string& uri);
 // read. Of servers nothing is known before they are asked.
 bool IsReadable(const std::string& uri);
 
-// By its name, what a server has there lists the parts of an adaptive medium.
-bool IsAdaptiveAddress(const std::string& uri);
+// By its name, it lists the parts of an adaptive medium.
+bool NamesPlaylist(const std::string& uri);
 
 // Nothing when the source cannot be read in time, or is longer than `limit` bytes. Blocks the
 // caller for at most `timeout`. A range is for HTTP, as "bytes=0-99".
