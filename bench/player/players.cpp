@@ -29,22 +29,24 @@ class StandIn final : public Player {
 
 class Peer final : public Player {
  public:
-  Peer() : play_(gst_play_new(nullptr)), bus_(gst_play_get_message_bus(play_)) {
+  Peer()
+      : play_(gst_play_new(nullptr)),
+        bus_(gst_play_get_message_bus(play_)),
+        playbin_(gst_play_get_pipeline(play_)) {
     GstStructure* config = gst_play_get_config(play_);
     gst_play_config_set_seek_accurate(config, TRUE);
     gst_play_set_config(play_, config);
-    GstElement* playbin = gst_play_get_pipeline(play_);
     for (const char* property :
          {"video-sink", "audio-sink"}) {  // as the stand-in's without a window
       GstElement* sink = gst_element_factory_make("fakesink", nullptr);
       g_object_set(sink, "sync", TRUE, "enable-last-sample", FALSE, nullptr);
-      g_object_set(playbin, property, sink, nullptr);
+      g_object_set(playbin_, property, sink, nullptr);
     }
-    gst_object_unref(playbin);
   }
   ~Peer() override {
     gst_bus_set_flushing(bus_, TRUE);  // its messages hold the player
     gst_object_unref(bus_);
+    gst_object_unref(playbin_);
     gst_object_unref(play_);
   }
   Peer(const Peer&) = delete;
@@ -82,14 +84,24 @@ class Peer final : public Player {
       const bool wanted = is_wanted(type, message);
       gst_message_unref(message);
       if (wanted || type == GST_PLAY_MESSAGE_ERROR) {
-        return wanted;
+        return wanted && Settles();
       }
     }
     return false;
   }
+  // It tells of openings over HTTP, and of some seeks, before the picture is there.
+  bool Settles() {
+    int tries = 10;  // its own change of state ends a wait
+    while (gst_element_get_state(playbin_, nullptr, nullptr, GST_SECOND) !=
+               GST_STATE_CHANGE_SUCCESS &&
+           --tries > 0) {
+    }
+    return tries > 0;
+  }
 
   GstPlay* const play_;
   GstBus* const bus_;
+  GstElement* const playbin_;
 };
 
 }  // namespace
