@@ -13,11 +13,10 @@
 #include <string>
 #include <vector>
 
-#include "program.h"
 #include "screen.h"
-#include "slurp.h"
-#include "wait_until.h"
+#include "window.h"
 
+namespace lumivex::test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -99,9 +98,9 @@ class Browser : public testing::Test {
   void Continue(const std::string& step) const { std::ofstream(folder_ / "steps" / step) << '\n'; }
 
   // The page's own verdict; the program has ended then.
-  static void ExpectAllOk(Program* program, int status = 0) {
+  static void ExpectAllOk(Window* program, int status = 0) {
     const std::string count = program->WaitForLine("done ");
-    EXPECT_EQ(program->WaitForEnd(), status);
+    EXPECT_EQ(program->Wait(), status);
     const std::string output = program->output();
     EXPECT_EQ(output.find("FAIL"), std::string::npos);
     EXPECT_GT(std::atoi(count.c_str()), 0);
@@ -121,16 +120,16 @@ class Browser : public testing::Test {
 };
 
 TEST_F(Browser, RefusesDeniedPrivileges) {
-  Program both(
+  Window both(
       {"--deny", "player", "--deny=rf-manager", Address("denied", "&denied=player,rf-manager")});
   ExpectAllOk(&both);
-  Program one({"--deny", "rf-manager", Address("denied", "&denied=rf-manager")});
+  Window one({"--deny", "rf-manager", Address("denied", "&denied=rf-manager")});
   ExpectAllOk(&one);
 }
 
 TEST_F(Browser, PlaysAClipAndTunesAsTheHostDoes) {
   const std::string record = folder_ / "record";
-  Program program({"--record", record, Address("playback")});
+  Window program({"--record", record, Address("playback")});
   ExpectAllOk(&program);
   EXPECT_EQ(std::system(("'" LUMIVEX_HOST "' '" + record + "' >/dev/null").c_str()), 0)
       << Slurp(record);
@@ -142,7 +141,7 @@ TEST_F(Browser, ShowsThePictureWhereThePageWantsIt) {
   constexpr Screen::Bounds kSecond = {900, 400, 840, 480};
   constexpr Screen::Bounds kThird = {300, 500, 700, 420};
   constexpr Screen::Bounds kFourth = {100, 253, 700, 393};  // 640 by 360 inside 700 by 700
-  Program program({Address("picture")});
+  Window program({Address("picture")});
 
   program.WaitForLine("step empty");
   ExpectShown(PageIn(kWhole));
@@ -171,14 +170,11 @@ TEST_F(Browser, ShowsThePictureWhereThePageWantsIt) {
 }
 
 TEST_F(Browser, ShowsNoPictureWithoutAWindow) {
-  Program program({"--window-id", "none", Address("picture")});
-  const auto step = [&](const char* name) {
+  Window program({"--window-id", "none", Address("picture")});
+  for (const char* name : {"empty", "first", "second", "third", "fourth", "stopped"}) {
     program.WaitForLine(std::string("step ") + name);
     ExpectShown(PageIn({0, 0, Screen::kWidth, Screen::kHeight}));
     Continue(name);
-  };
-  for (const char* name : {"empty", "first", "second", "third", "fourth", "stopped"}) {
-    step(name);
   }
   ExpectAllOk(&program);
 }
@@ -187,20 +183,20 @@ TEST_F(Browser, KeepsTwoElementsApart) {
   constexpr Screen::Bounds kOne = {100, 200, 700, 420};
   constexpr Screen::Bounds kOther = {1000, 200, 700, 420};
   const std::string record = folder_ / "record";
-  Program program({"--record", record, Address("two")});
+  Window program({"--record", record, Address("two")});
 
   program.WaitForLine("step both");
   ExpectShown(Bars(kOne));
   ExpectShown(Bars(kOther));
   ASSERT_EQ(program.PluginProcesses().size(), 1U);
   const pid_t process = program.PluginProcesses()[0];
-  const std::size_t threads_with_two = Program::Threads(process).size();
+  const std::size_t threads_with_two = Window::Threads(process).size();
   Continue("both");
 
   program.WaitForLine("step one");
   ExpectShown(PageIn(kOne));
   ExpectShown(Bars(kOther));
-  const std::size_t threads_with_one = Program::Threads(process).size();
+  const std::size_t threads_with_one = Window::Threads(process).size();
   EXPECT_LT(threads_with_one, threads_with_two);
   Continue("one");
 
@@ -208,11 +204,11 @@ TEST_F(Browser, KeepsTwoElementsApart) {
   ExpectShown(PageIn(kOther));
   // Of the plug-in, the player and the tuner nothing runs any more; what stays is the engine's.
   EXPECT_TRUE(WaitUntil(std::chrono::seconds(10), [&] {
-    const std::vector<std::string> left = Program::Threads(process);
+    const std::vector<std::string> left = Window::Threads(process);
     return std::all_of(left.begin(), left.end(), [](const std::string& name) {
       return name == "kpp.lumivex" || name.find("ThreadPool") == 0 || name.find("Chrome_") == 0;
     });
-  })) << testing::PrintToString(Program::Threads(process));
+  })) << testing::PrintToString(Window::Threads(process));
   Continue("none");
   ExpectAllOk(&program);
   // The script has the first one's messages alone.
@@ -224,10 +220,10 @@ TEST_F(Browser, KeepsTwoElementsApart) {
 }
 
 TEST_F(Browser, LeaksNothingInTwentyReloads) {
-  Program program({Address("reload")});
+  Window program({Address("reload")});
   program.WaitForLine("step load-1");
   ASSERT_EQ(program.PluginProcesses().size(), 1U);
-  const std::size_t threads = Program::Threads(program.PluginProcesses()[0]).size();
+  const std::size_t threads = Window::Threads(program.PluginProcesses()[0]).size();
   const auto windows = screen_.InnerWindows();
   Continue("load-1");
 
@@ -235,7 +231,7 @@ TEST_F(Browser, LeaksNothingInTwentyReloads) {
   EXPECT_TRUE(WaitUntil(std::chrono::seconds(15), [&] {
     const std::vector<pid_t> processes = program.PluginProcesses();
     // The engine's own pool of threads may have grown a little.
-    return processes.size() == 1 && Program::Threads(processes[0]).size() <= threads + 3;
+    return processes.size() == 1 && Window::Threads(processes[0]).size() <= threads + 3;
   })) << program.PluginProcesses().size();
   EXPECT_EQ(screen_.InnerWindows(), windows);
   Continue("load-21");
@@ -243,7 +239,7 @@ TEST_F(Browser, LeaksNothingInTwentyReloads) {
 }
 
 TEST_F(Browser, EndsThePluginWithItsWindow) {
-  Program program({"--log", "debug", Address("close")});
+  Window program({"--log", "debug", Address("close")});
   ExpectAllOk(&program);
   const std::string errors = program.errors();
   // The plug-in was destroyed in order, not just cut off.
@@ -260,22 +256,22 @@ TEST_F(Browser, EndsThePluginWithItsWindow) {
 }
 
 TEST_F(Browser, CleansUpAfterASignal) {
-  Program killed({Address("crash")});
+  Window killed({Address("crash")});
   killed.WaitForLine("step kill");
   const std::string left = killed.SessionFolder();
-  Program program({Address("crash")});
+  Window program({Address("crash")});
   program.WaitForLine("step kill");
   const std::string folder = program.SessionFolder();
   EXPECT_TRUE(fs::exists(folder)) << folder;
   EXPECT_TRUE(fs::exists(left)) << left;  // its program lives
   killed.Signal(SIGKILL);
-  EXPECT_EQ(killed.WaitForEnd(), -1);
+  EXPECT_EQ(killed.Wait(), 1000 + SIGKILL);
   program.Signal(SIGTERM);
-  EXPECT_EQ(program.WaitForEnd(), 128 + SIGTERM);
+  EXPECT_EQ(program.Wait(), 128 + SIGTERM);
   EXPECT_FALSE(fs::exists(folder));
   EXPECT_TRUE(fs::exists(left));
-  Program next({"--screenshot", (folder_ / "next.png").string(), "about:blank"});
-  EXPECT_EQ(next.WaitForEnd(), 0);
+  Window next({"--screenshot", (folder_ / "next.png").string(), "about:blank"});
+  EXPECT_EQ(next.Wait(), 0);
   EXPECT_FALSE(fs::exists(left));
   EXPECT_EQ(program.errors().find("crashed"), std::string::npos);
   EXPECT_EQ(program.errors().find("killed"), std::string::npos);
@@ -292,7 +288,7 @@ TEST_F(Browser, ReportsACrash) {
       {SIGKILL, "was killed. The last lines of the plug-in's log:\n["}};
   for (const auto& [signal, words] : kCases) {
     SCOPED_TRACE(words);
-    Program program({Address("crash")});
+    Window program({Address("crash")});
     program.WaitForLine("step kill");
     ASSERT_EQ(program.PluginProcesses().size(), 1U);
     const pid_t process = program.PluginProcesses()[0];
@@ -310,7 +306,7 @@ TEST_F(Browser, ReportsACrash) {
 
 TEST_F(Browser, OperatesTheExamplePage) {
   const auto windows = screen_.InnerWindows();
-  Program program({Address("example")});
+  Window program({Address("example")});
   program.WaitForLine("step boxed");
   EXPECT_EQ(CountInnerWindows({190, 96, 852, 639}), 1);
   Continue("boxed");
@@ -327,3 +323,4 @@ TEST_F(Browser, OperatesTheExamplePage) {
 }
 
 }  // namespace
+}  // namespace lumivex::test

@@ -10,65 +10,31 @@
 #include <vector>
 
 #include "http_server.h"
-#include "program.h"
 #include "screen.h"
-#include "slurp.h"
+#include "window.h"
 
+namespace lumivex::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-TEST(Options, RejectsInvalidArguments) {
-  const struct {
-    std::vector<std::string> arguments;
-    const char* words;
-  } kCases[] = {
-      {{"--nonsense"}, "lumivex-desktop: The following argument was not expected: --nonsense"},
-      {{"--deny", "everything"}, "--deny: everything not in {player,rf-manager}"},
-      {{"--window-id", "12x"}, "--window-id: (12x not in {own,none})"},
-      {{"--size", "1920"}, "--size: invalid size \"1920\""},
-      {{"--size", "1920x1080x2"}, "--size: invalid size \"1920x1080x2\""},
-      {{"--size", "0x10"}, "--size: invalid size \"0x10\""},
-      {{"--after", "-5"}, "--after: Value -5 not in range 0"},
-      {{"--sysroot", "/nowhere"}, "--sysroot: Directory does not exist"},
-      {{"--devtools", "65536"}, "--devtools: Value 65536 not in range 1 to 65535"},
-      {{"localhost:65536"}, "PAGE: invalid address \"localhost:65536\""},
-      {{"http://"}, "PAGE: invalid address \"http://\""},
-      {{"/nowhere/page.html"}, "File does not exist: /nowhere/page.html"},
-  };
-  for (const auto& [arguments, words] : kCases) {
-    SCOPED_TRACE(words);
-    Program program(arguments);
-    EXPECT_EQ(program.WaitForEnd(), 64);
-    EXPECT_NE(program.errors().find(words), std::string::npos) << program.errors();
-    EXPECT_EQ(program.output(), "");
-  }
-}
-
 TEST(Options, ExplainsAMissingScreen) {
   for (const char* display : {"", ":4711"}) {
     setenv("DISPLAY", display, 1);
-    Program program({});
-    EXPECT_EQ(program.WaitForEnd(), 2);
+    Window program({});
+    EXPECT_EQ(program.Wait(), 2);
     EXPECT_NE(program.errors().find("no X11 screen: DISPLAY is "), std::string::npos);
     EXPECT_NE(program.errors().find("xvfb-run"), std::string::npos);
   }
-}
-
-TEST(Options, DescribesItself) {
-  Program program({"--help"});
-  EXPECT_EQ(program.WaitForEnd(), 0);
-  EXPECT_NE(program.output().find("Usage: lumivex-desktop"), std::string::npos);
-  EXPECT_EQ(program.errors(), "");
 }
 
 TEST(Options, TakesAScreenshotOfTheGivenSize) {
   const Screen screen;
   const std::string file = testing::TempDir() + "lumivex-screenshot.png";
   fs::remove(file);
-  Program program({"--size", "640x360", "--after", "500", "--screenshot", file,
-                   "data:text/html,<body style='background:red'>"});
-  EXPECT_EQ(program.WaitForEnd(), 0);
+  Window program({"--size", "640x360", "--after", "500", "--screenshot", file,
+                  "data:text/html,<body style='background:red'>"});
+  EXPECT_EQ(program.Wait(), 0);
   const std::string png = Slurp(file);
   ASSERT_GT(png.size(), 24U);
   EXPECT_EQ(png.substr(1, 3), "PNG");
@@ -83,13 +49,25 @@ TEST(Options, ReportsErrors) {
   const std::string picture = folder + "lumivex-wrong.png";
   std::ofstream(library) << "this is no library";
   const std::string port = std::to_string(UnusedPort());
-  Program busy({"--devtools", port, "data:text/html,<script>console.log('opened')</script>"});
+  Window busy({"--devtools", port, "data:text/html,<script>console.log('opened')</script>"});
   busy.WaitForLine("opened");
   const struct {
     std::vector<std::string> arguments;
     int status;
     std::string words;
   } kCases[] = {
+      {{"--nonsense"}, 64, "lumivex-desktop: The following argument was not expected: --nonsense"},
+      {{"--deny", "everything"}, 64, "--deny: everything not in {player,rf-manager}"},
+      {{"--window-id", "12x"}, 64, "--window-id: (12x not in {own,none})"},
+      {{"--size", "1920"}, 64, "--size: invalid size \"1920\""},
+      {{"--size", "1920x1080x2"}, 64, "--size: invalid size \"1920x1080x2\""},
+      {{"--size", "0x10"}, 64, "--size: invalid size \"0x10\""},
+      {{"--after", "-5"}, 64, "--after: Value -5 not in range 0"},
+      {{"--sysroot", "/nowhere"}, 64, "--sysroot: Directory does not exist"},
+      {{"--devtools", "65536"}, 64, "--devtools: Value 65536 not in range 1 to 65535"},
+      {{"localhost:65536"}, 64, "PAGE: invalid address \"localhost:65536\""},
+      {{"http://"}, 64, "PAGE: invalid address \"http://\""},
+      {{"/nowhere/page.html"}, 64, "File does not exist: /nowhere/page.html"},
       {{"http://127.0.0.1:1/"}, 3, "cannot load http://127.0.0.1:1/"},
       {{"--plugin", library, "data:text/html,<embed type=application/x-lumivex>"},
        4,
@@ -106,8 +84,8 @@ TEST(Options, ReportsErrors) {
     SCOPED_TRACE(words);
     std::vector<std::string> all = {"--after", "1500", "--screenshot", picture};
     all.insert(all.end(), arguments.begin(), arguments.end());
-    Program program(all);
-    EXPECT_EQ(program.WaitForEnd(), status);
+    Window program(all);
+    EXPECT_EQ(program.Wait(), status);
     EXPECT_NE(program.errors().find(words), std::string::npos) << program.errors();
   }
   fs::remove(library);
@@ -127,7 +105,7 @@ TEST(Options, OpensPathsAndAddressesAsTyped) {
                                       {folder + "/index.html?x=1#2", file + "?x=1#2"},
                                       {at_host.substr(7), at_host}}) {
     SCOPED_TRACE(page);
-    Program program({"--devtools", port, page});
+    Window program({"--devtools", port, page});
     EXPECT_EQ(program.WaitForLine("at "), address);
     const auto pages = httplib::Client("127.0.0.1", std::stoi(port)).Get("/json");
     EXPECT_NE((pages ? pages->body : "").find("\"url\": \"" + address), std::string::npos);
@@ -137,3 +115,4 @@ TEST(Options, OpensPathsAndAddressesAsTyped) {
 }
 
 }  // namespace
+}  // namespace lumivex::test

@@ -5,49 +5,47 @@
 #include <chrono>
 #include <cstdlib>
 #include <functional>
-#include <memory>
 #include <stdexcept>
 #include <tuple>
 
 #include "wait_until.h"
 
+#include <X11/Xutil.h>  // last: its macros are common words
+
+namespace lumivex::test {
+
 namespace {
 
 constexpr int kTolerance = 40;  // for each part of a colour
 
-template <typename Reply>
-std::unique_ptr<Reply, decltype(&std::free)> Own(Reply* reply) {
-  return {reply, &std::free};
+// Windows may go while they are looked at.
+int Ignore(Display*, XErrorEvent*) {
+  return 0;
 }
 
 }  // namespace
 
 Screen::Screen() {
-  if (!server_.works()) {
+  display_ = server_.works() ? XOpenDisplay(nullptr) : nullptr;
+  if (display_ == nullptr) {
     throw std::runtime_error("Xvfb does not start");
   }
-  connection_ = xcb_connect(nullptr, nullptr);
-  if (xcb_connection_has_error(connection_) != 0) {
-    throw std::runtime_error("Xvfb does not answer");
-  }
-  root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
+  XSetErrorHandler(Ignore);
 }
 
 Screen::~Screen() {
-  xcb_disconnect(connection_);
+  XCloseDisplay(display_);
 }
 
 Screen::Color Screen::At(int x, int y) const {
-  const auto reply = Own(xcb_get_image_reply(
-      connection_,
-      xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, root_, static_cast<std::int16_t>(x),
-                    static_cast<std::int16_t>(y), 1, 1, ~0U),
-      nullptr));
-  if (reply == nullptr) {
+  XImage* const image =
+      XGetImage(display_, DefaultRootWindow(display_), x, y, 1, 1, AllPlanes, ZPixmap);
+  if (image == nullptr) {
     return {-1, -1, -1};
   }
-  const std::uint8_t* pixel = xcb_get_image_data(reply.get());
-  return {pixel[2], pixel[1], pixel[0]};
+  const auto color = static_cast<int>(XGetPixel(image, 0, 0));
+  XDestroyImage(image);
+  return {color >> 16 & 0xff, color >> 8 & 0xff, color & 0xff};
 }
 
 std::string Screen::Difference(const std::vector<Spot>& spots) const {
@@ -72,27 +70,25 @@ std::string Screen::Difference(const std::vector<Spot>& spots) const {
 
 std::vector<Screen::Bounds> Screen::InnerWindows() const {
   std::vector<Bounds> bounds;
-  const std::function<void(xcb_window_t, bool)> visit = [&](xcb_window_t window, bool inner) {
-    const auto tree =
-        Own(xcb_query_tree_reply(connection_, xcb_query_tree(connection_, window), nullptr));
-    if (tree == nullptr) {
-      return;
-    }
-    const xcb_window_t* children = xcb_query_tree_children(tree.get());
-    for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
-      const auto attributes = Own(xcb_get_window_attributes_reply(
-          connection_, xcb_get_window_attributes(connection_, children[i]), nullptr));
-      if (attributes == nullptr || attributes->map_state != XCB_MAP_STATE_VIEWABLE) {
-        continue;
+  const std::function<void(Window, bool)> visit = [&](Window window, bool inner) {
+    Window unused = 0;
+    Window* children = nullptr;
+    unsigned int count = 0;
+    XQueryTree(display_, window, &unused, &unused, &children, &count);
+    for (unsigned int i = 0; i < count; ++i) {
+      XWindowAttributes found = {};
+      XGetWindowAttributes(display_, children[i], &found);
+      if (found.map_state == IsViewable) {
+        if (inner) {
+          bounds.push_back({found.x, found.y, found.width, found.height});
+        }
+        visit(children[i], true);
       }
-      const auto place = Own(
-          xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, children[i]), nullptr));
-      if (inner && place != nullptr) {
-        bounds.push_back({place->x, place->y, place->width, place->height});
-      }
-      visit(children[i], true);
     }
+    XFree(children);
   };
-  visit(root_, false);
+  visit(DefaultRootWindow(display_), false);
   return bounds;
 }
+
+}  // namespace lumivex::test

@@ -1,14 +1,15 @@
 #ifndef TESTS_DESKTOP_SCREEN_H_
 #define TESTS_DESKTOP_SCREEN_H_
 
-#include <xcb/xcb.h>
-
 #include <array>
-#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "virtual_screen.h"
+
+struct _XDisplay;
+
+namespace lumivex::test {
 
 // A virtual screen of 1920 by 1080 of its own, and what can be seen on it. Becomes this process's
 // DISPLAY, and that of the processes it starts; ends with the object.
@@ -39,9 +40,10 @@ class Screen {
  private:
   Color At(int x, int y) const;
 
-  lumivex::test::VirtualScreen server_{kWidth, kHeight};
-  xcb_connection_t* connection_ = nullptr;
-  xcb_window_t root_ = 0;
+  VirtualScreen server_{kWidth, kHeight};
+  _XDisplay* display_ = nullptr;
 };
+
+}  // namespace lumivex::test
 
 #endif  // TESTS_DESKTOP_SCREEN_H_

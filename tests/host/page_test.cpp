@@ -343,13 +343,13 @@ TEST_F(PageTest, WithoutHandlerMessagesGoToTheMainThread) {
     got.push_back(*browser_.vars().ToJson(message));
   };
   Open();
-  EXPECT_TRUE(page_->Post({{"n", 1}}));
+  EXPECT_TRUE(page_->Post({{"n", 1}, {"not UTF-8", "\xff"}, {"\xff", 2}}));
   EXPECT_THAT(got, IsEmpty());
   browser_.RunPending();
   page_->Post("the page is gone before its turn");
   page_->Close();
   browser_.RunPending();
-  EXPECT_THAT(got, ElementsAre(Json{{"n", 1}}));
+  EXPECT_THAT(got, ElementsAre(Json{{"n", 1}, {"not UTF-8", nullptr}}));
   ExpectCleanEnd();
 }
 
@@ -359,16 +359,18 @@ TEST_F(PageTest, EventsAreCopiesAndGoToTheirElement) {
   std::vector<Json> seen;
   std::unique_ptr<Page> other =
       browser_.CreatePage({}, nullptr, [&seen](const Json& event) { seen.push_back(event); });
-  const PP_Var event = *browser_.vars().FromJson(Json::array({1}));
+  const PP_Var event = *browser_.vars().FromJson(Json::parse("[[1]]"));
+  const PP_Var inner = tables_.array.Get(event, 0);
   tables_.messaging.PostMessage(page_->instance(), event);
   tables_.messaging.PostMessage(other->instance(), event);
-  tables_.array.Set(event, 0, IntVar(2));
+  tables_.array.Set(inner, 0, IntVar(2));
   tables_.messaging.PostMessage(page_->instance(), event);
+  browser_.vars().Release(inner);
   browser_.vars().Release(event);
   other->Close();
-  EXPECT_THAT(seen, ElementsAre(Json::array({1})));
+  EXPECT_THAT(seen, ElementsAre(Json::parse("[[1]]")));
   EXPECT_FALSE(other->NextEvent());
-  EXPECT_THAT(TakeEvents(), ElementsAre(Json::array({1}), Json::array({2})));
+  EXPECT_THAT(TakeEvents(), ElementsAre(Json::parse("[[1]]"), Json::parse("[[2]]")));
   EXPECT_EQ(page_->SendBlocking("the other element's end is its own").outcome, Outcome::kAnswered);
 
   auto waiting = std::async(std::launch::async, [this] { return page_->NextEvent(kLong); });

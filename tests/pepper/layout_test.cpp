@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <iterator>
 #include <typeinfo>
-#include <vector>
 
 #include "ppapi/c/pp_completion_callback.h"
 #include "ppapi/c/pp_rect.h"
@@ -23,54 +23,28 @@
 
 namespace {
 
-using Numbers = std::vector<std::size_t>;
-
-TEST(Layout, OfValues) {
-  const struct {
-    const char* what;
-    Numbers found, expected, with_32_bits;  // empty: the same
-  } kRows[] = {
-      {"sizes",
-       {sizeof(PP_Bool), sizeof(PP_Instance), sizeof(PP_Resource), sizeof(PP_VarType)},
-       {4, 4, 4, 4},
-       {}},
-      {"types",
-       {PP_VARTYPE_UNDEFINED, PP_VARTYPE_NULL, PP_VARTYPE_BOOL, PP_VARTYPE_INT32, PP_VARTYPE_DOUBLE,
-        PP_VARTYPE_STRING, PP_VARTYPE_ARRAY, PP_VARTYPE_DICTIONARY},
-       {0, 1, 2, 3, 4, 5, 7, 8},
-       {}},
-      {"PP_Var",
-       {offsetof(PP_Var, type), offsetof(PP_Var, padding), offsetof(PP_Var, value), sizeof(PP_Var),
-        alignof(PP_Var)},
-       {0, 4, 8, 16, 8},
-       {}},
-      {"PP_CompletionCallback",
-       {offsetof(PP_CompletionCallback, func), offsetof(PP_CompletionCallback, user_data),
-        offsetof(PP_CompletionCallback, flags), sizeof(PP_CompletionCallback)},
-       {0, 8, 16, 24},
-       {0, 4, 8, 12}},
-      {"PP_Rect", {offsetof(PP_Rect, size), sizeof(PP_Rect)}, {8, 16}, {}},
-  };
-  for (const auto& row : kRows) {
-    const bool differs = sizeof(void*) == 4 && !row.with_32_bits.empty();
-    EXPECT_EQ(row.found, differs ? row.with_32_bits : row.expected) << row.what;
-  }
-}
+static_assert(sizeof(PP_Bool) == 4 && sizeof(PP_Instance) == 4 && sizeof(PP_Resource) == 4);
+static_assert(PP_VARTYPE_UNDEFINED == 0 && PP_VARTYPE_NULL == 1 && PP_VARTYPE_BOOL == 2 &&
+              PP_VARTYPE_INT32 == 3 && PP_VARTYPE_DOUBLE == 4 && PP_VARTYPE_STRING == 5 &&
+              PP_VARTYPE_ARRAY == 7 && PP_VARTYPE_DICTIONARY == 8);
+static_assert(offsetof(PP_Var, type) == 0 && sizeof(PP_VarType) == 4 &&
+              offsetof(PP_Var, padding) == 4 && offsetof(PP_Var, value) == 8 &&
+              sizeof(PP_Var) == 16 && alignof(PP_Var) == 8);
+static_assert(offsetof(PP_CompletionCallback, func) == 0 &&
+              offsetof(PP_CompletionCallback, user_data) == sizeof(void*) &&
+              offsetof(PP_CompletionCallback, flags) == 2 * sizeof(void*) &&
+              sizeof(PP_CompletionCallback) == 3 * sizeof(void*));
+static_assert(offsetof(PP_Rect, size) == 8 && sizeof(PP_Rect) == 16);
 
 // The table consists of these functions, in this order.
 template <class Table, class... Functions>
 void ExpectOrder(Functions Table::*... functions) {
   const Table table{};
-  const auto place = [&table](const auto& function) {
-    return static_cast<std::size_t>(reinterpret_cast<const char*>(&function) -
-                                    reinterpret_cast<const char*>(&table));
-  };
-  Numbers expected;
-  while (expected.size() < sizeof...(functions)) {
-    expected.push_back(expected.size() * sizeof(void*));
+  const void* const places[] = {&(table.*functions)...};
+  EXPECT_EQ(sizeof table, sizeof places) << typeid(Table).name();
+  for (std::size_t i = 0; i < std::size(places); ++i) {
+    EXPECT_EQ(places[i], reinterpret_cast<void* const*>(&table) + i) << typeid(Table).name();
   }
-  EXPECT_EQ(Numbers{place(table.*functions)...}, expected) << typeid(Table).name();
-  EXPECT_EQ(sizeof(Table), sizeof...(functions) * sizeof(void*)) << typeid(Table).name();
 }
 
 TEST(Layout, OfTables) {

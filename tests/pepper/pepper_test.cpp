@@ -35,10 +35,6 @@ const PPP_Instance* InstanceTable() {
   return static_cast<const PPP_Instance*>(PPP_GetInterface(PPP_INSTANCE_INTERFACE));
 }
 
-const void* OfferNothing(const char*) {
-  return nullptr;
-}
-
 // Runs the echo plug-in, which is linked into the program, and expects no leak and no misuse in the
 // end.
 class Pepper : public testing::Test {
@@ -230,7 +226,8 @@ TEST_F(Pepper, AMessageHandlerOnItsThread) {
 }
 
 TEST_F(Pepper, WithoutTheBrowsersTables) {
-  EXPECT_EQ(PPP_InitializeModule(1, &OfferNothing), PP_ERROR_FAILED);  // the echo plug-in's answer
+  EXPECT_EQ(PPP_InitializeModule(1, [](const char*) -> const void* { return nullptr; }),
+            PP_ERROR_FAILED);  // the echo plug-in's answer
   pp::VarDictionary dictionary;
   EXPECT_FALSE(dictionary.Set("a", "b") || dictionary.HasKey("a"));
   EXPECT_TRUE(dictionary.Get("a").is_undefined());
