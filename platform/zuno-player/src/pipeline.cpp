@@ -146,6 +146,7 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   pipeline->bus_.reset(gst_element_get_bus(playbin.get()));
   pipeline->playbin_ = std::move(playbin);
   pipeline->text_sink_ = std::move(text);
+  pipeline->audio_sink_ = std::move(audio);
   pipeline->video_sink_ = std::move(video);
   pipeline->has_streams_ = streams;
   return pipeline;
@@ -213,8 +214,12 @@ bool Pipeline::Seek(std::int64_t msec, double speed) {
 
 std::optional<std::int64_t> Pipeline::Position() const {
   gint64 position = -1;
-  if (gst_element_query_position(playbin_.get(), GST_FORMAT_TIME, &position) == FALSE ||
-      position < 0) {
+  for (GstElement* sink : {audio_sink_.get(), video_sink_.get()}) {  // texts may be ahead
+    gint64 own = -1;
+    gst_element_query_position(sink, GST_FORMAT_TIME, &own);
+    position = std::max(position, own);
+  }
+  if (position < 0) {
     return std::nullopt;
   }
   return std::max<std::int64_t>(position / GST_MSECOND - origin_, 0);

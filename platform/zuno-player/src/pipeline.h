@@ -93,6 +93,7 @@ class Pipeline {
   int Number(const char* property) const;
 
   ElementPtr playbin_;
+  ElementPtr audio_sink_;
   ElementPtr video_sink_;
   ElementPtr text_sink_;
   BusPtr bus_;
