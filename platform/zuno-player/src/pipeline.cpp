@@ -78,10 +78,6 @@ GstElement* MakeAudioSink() {
   return ParseBin(description == nullptr || *description == '\0' ? kSilentSink : description);
 }
 
-void OnSourceSetup(GstElement* /*playbin*/, GstElement* source, void* /*data*/) {
-  SetUpSource(source);
-}
-
 // How much may wait before the sinks: little, so that a change of track is heard soon. Yet a stream
 // that has just been deselected may wait for room there, where no flush reaches it any more; while
 // the sinks stand still, the flush would then wait for it for ever. So all may wait (0) meanwhile.
@@ -139,7 +135,7 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
                    (network || playlist ? kPlayDownload | kPlayBuffering : 0),
                "video-sink", video.get(), "audio-sink", audio.get(), "audio-filter", tempo.get(),
                "text-sink", text.get(), nullptr);
-  g_signal_connect(playbin.get(), "source-setup", G_CALLBACK(OnSourceSetup), nullptr);
+  g_signal_connect(playbin.get(), "source-setup", G_CALLBACK(SetUpSource), nullptr);
   g_signal_connect(playbin.get(), "deep-element-added", G_CALLBACK(OnElementAdded), nullptr);
 
   std::unique_ptr<Pipeline> pipeline(new Pipeline);
@@ -152,13 +148,21 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   return pipeline;
 }
 
+// A type of tracks, and the word for it in playbin's names.
+struct Pipeline::Kind {
+  int type;
+  const char* word;
+  const char* codec_tag;
+  GstStreamType stream_type;
+};
+
 Pipeline::Pipeline() {
-  tracks_[1].names = {"n-audio", "current-audio", "get-audio-tags", GST_TAG_AUDIO_CODEC,
-                      GST_STREAM_TYPE_AUDIO};
-  tracks_[3].names = {"n-video", "current-video", "get-video-tags", GST_TAG_VIDEO_CODEC,
-                      GST_STREAM_TYPE_VIDEO};
-  tracks_[4].names = {"n-text", "current-text", "get-text-tags", GST_TAG_SUBTITLE_CODEC,
-                      GST_STREAM_TYPE_TEXT};
+  static constexpr Kind kKinds[] = {{1, "audio", GST_TAG_AUDIO_CODEC, GST_STREAM_TYPE_AUDIO},
+                                    {3, "video", GST_TAG_VIDEO_CODEC, GST_STREAM_TYPE_VIDEO},
+                                    {4, "text", GST_TAG_SUBTITLE_CODEC, GST_STREAM_TYPE_TEXT}};
+  for (const Kind& kind : kKinds) {
+    tracks_[kind.type] = {&kind, {}, 0};
+  }
 }
 
 Pipeline::~Pipeline() {
@@ -257,7 +261,7 @@ void Pipeline::TakeTracks(GstMessage* message) {
     tracks.streams.clear();
     for (guint i = 0; i < gst_stream_collection_get_size(raw_collection); ++i) {
       GstStream* stream = gst_stream_collection_get_stream(raw_collection, i);
-      if ((gst_stream_get_stream_type(stream) & tracks.names.stream_type) != 0) {
+      if ((gst_stream_get_stream_type(stream) & tracks.kind->stream_type) != 0) {
         tracks.streams.emplace_back(GST_STREAM(gst_object_ref(stream)));
       }
     }
@@ -276,9 +280,9 @@ void Pipeline::TakeSelection(GstMessage* message) {
   }
 }
 
-int Pipeline::Number(const char* property) const {
+int Pipeline::Number(const std::string& property) const {
   gint number = -1;
-  g_object_get(playbin_.get(), property, &number, nullptr);
+  g_object_get(playbin_.get(), property.c_str(), &number, nullptr);
   return number;
 }
 
@@ -288,7 +292,8 @@ std::optional<int> Pipeline::TrackCount(int type) const {
     return std::nullopt;
   }
   const Tracks& tracks = found->second;
-  return has_streams_ ? static_cast<int>(tracks.streams.size()) : Number(tracks.names.count);
+  return has_streams_ ? static_cast<int>(tracks.streams.size())
+                      : Number(std::string("n-") + tracks.kind->word);
 }
 
 std::optional<int> Pipeline::CurrentTrack(int type) const {
@@ -296,7 +301,7 @@ std::optional<int> Pipeline::CurrentTrack(int type) const {
     return std::nullopt;
   }
   const Tracks& tracks = tracks_.at(type);
-  return has_streams_ ? tracks.current : Number(tracks.names.current);
+  return has_streams_ ? tracks.current : Number(std::string("current-") + tracks.kind->word);
 }
 
 bool Pipeline::SelectTrack(int type, int index) {
@@ -310,7 +315,8 @@ bool Pipeline::SelectTrack(int type, int index) {
 bool Pipeline::ApplySelection(int type) {
   if (!has_streams_) {
     const Tracks& tracks = tracks_.at(type);
-    g_object_set(playbin_.get(), tracks.names.current, tracks.current, nullptr);
+    const std::string current = std::string("current-") + tracks.kind->word;
+    g_object_set(playbin_.get(), current.c_str(), tracks.current, nullptr);
     return true;
   }
   GList* ids = nullptr;
@@ -338,11 +344,12 @@ bool Pipeline::DescribeTrack(int type,
   if (has_streams_) {
     raw_tags = gst_stream_get_tags(tracks.streams[static_cast<std::size_t>(index)].get());
   } else {
-    g_signal_emit_by_name(playbin_.get(), tracks.names.tags, index, &raw_tags);
+    const std::string get = std::string("get-") + tracks.kind->word + "-tags";
+    g_signal_emit_by_name(playbin_.get(), get.c_str(), index, &raw_tags);
   }
   const TagListPtr owned(raw_tags);
   *language = LanguageOf(raw_tags);
-  *description = TagText(raw_tags, tracks.names.codec_tag);
+  *description = TagText(raw_tags, tracks.kind->codec_tag);
   const std::string title = TagText(raw_tags, GST_TAG_TITLE);
   *description += (description->empty() || title.empty() ? "" : ", ") + title;
   return true;

@@ -74,23 +74,16 @@ class Pipeline {
   GstBus* bus() const { return bus_.get(); }
 
  private:
-  // What playbin calls the tracks of each type.
-  struct Names {
-    const char* count;
-    const char* current;
-    const char* tags;
-    const char* codec_tag;
-    GstStreamType stream_type;
-  };
+  struct Kind;
   struct Tracks {
-    Names names;
-    std::vector<StreamPtr> streams = {};  // of playbin3
-    int current = 0;
+    const Kind* kind;
+    std::vector<StreamPtr> streams;  // of playbin3
+    int current;
   };
 
   Pipeline();
   bool SetState(GstState state);
-  int Number(const char* property) const;
+  int Number(const std::string& property) const;
 
   ElementPtr playbin_;
   ElementPtr audio_sink_;

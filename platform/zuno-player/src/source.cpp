@@ -90,7 +90,7 @@ bool NamesPlaylist(const std::string& uri) {
                               GRegexMatchFlags{}) != FALSE;
 }
 
-void SetUpSource(GstElement* source) {
+void SetUpSource(GstElement* /*owner*/, GstElement* source) {
   // Only sources that read from HTTP servers know these.
   if (g_object_class_find_property(G_OBJECT_GET_CLASS(source), "extra-headers") != nullptr) {
     g_object_set(source, "timeout", kNetworkTimeoutSeconds, "retries", 0, "ssl-strict",
@@ -117,7 +117,7 @@ std::optional<std::string> FetchText(const std::string& uri,
       return std::nullopt;
     }
   }
-  SetUpSource(source);
+  SetUpSource(nullptr, source);
   if (range != nullptr) {
     GstStructure* headers = gst_structure_new("headers", "Range", G_TYPE_STRING, range, nullptr);
     g_object_set(source, "extra-headers", headers, nullptr);

@@ -33,8 +33,8 @@ std::optional<std::string> FetchText(const std::string& uri,
 
 // Gives up on a server that does not answer, early enough for InitPlayer to say so, and keeps
 // servers that cannot send from any place on from being asked to. Called with every source element
-// before it starts.
-void SetUpSource(GstElement* source);
+// before it starts, by playbin itself as well.
+void SetUpSource(GstElement* owner, GstElement* source);
 
 }  // namespace zuno
 
