@@ -31,7 +31,6 @@ constexpr milliseconds kOpenLimit(10000);
 constexpr milliseconds kQuietLimit(800);
 constexpr std::clock_t kIdleWork = CLOCKS_PER_SEC / 100;  // what waiting may take itself
 constexpr milliseconds kSeekLimit(5000);
-constexpr milliseconds kPauseLimit(1000);
 constexpr milliseconds kFetchLimit(5000);
 constexpr milliseconds kStallLimit(10000);
 constexpr std::int64_t kSeekToleranceMs = 300;
@@ -214,7 +213,7 @@ bool Engine::OpenSource(Lock* lock, unsigned int offset_ms) {
     return false;
   }
   pipeline_->BeginHere();
-  if (offset_ms > 0 && JumpTo(lock, offset_ms) != Jump::kArrived) {
+  if (offset_ms > 0 && JumpTo(lock, offset_ms, speed_) != Jump::kArrived) {
     if (pipeline_ != nullptr) {
       Fail(lock, kMessageOtherError, "cannot start at " + std::to_string(offset_ms) + " ms");
     }
@@ -241,7 +240,7 @@ bool Engine::Play() {
       return StartPlaying(operation.lock());
     case State::kEnded:
       cues_.Restart(0);
-      return JumpTo(operation.lock(), 0) == Jump::kArrived;
+      return JumpTo(operation.lock(), 0, speed_) == Jump::kArrived;
     default:
       return false;
   }
@@ -270,7 +269,6 @@ bool Engine::Pause() {
   state_ = State::kPaused;
   if (!buffering_) {
     Unlocked(operation.lock(), &Pipeline::Pause);
-    WaitUntilSettled(operation.lock(), kPauseLimit, kPauseLimit);
   }
   return pipeline_ != nullptr;
 }
@@ -312,20 +310,17 @@ bool Engine::SetSpeed(float speed) {
 // Plays on as before when the medium does not get there.
 bool Engine::MoveTo(Lock* lock, std::int64_t msec, float speed) {
   const std::int64_t position = last_position_ms_;
-  const float previous_speed = std::exchange(speed_, speed);
-  const Jump jump = JumpTo(lock, msec);
+  const Jump jump = JumpTo(lock, msec, speed);
   if (jump == Jump::kArrived) {
-    return true;
+    speed_ = speed;
+  } else if (jump == Jump::kMissed && IsLoaded()) {
+    JumpTo(lock, position, speed_);
   }
-  speed_ = previous_speed;
-  if (jump == Jump::kMissed && IsLoaded()) {
-    JumpTo(lock, position);
-  }
-  return false;
+  return jump == Jump::kArrived;
 }
 
-Engine::Jump Engine::JumpTo(Lock* lock, std::int64_t msec) {
-  const auto go = [msec, speed = speed_](Pipeline* pipeline) {
+Engine::Jump Engine::JumpTo(Lock* lock, std::int64_t msec, float speed) {
+  const auto go = [msec, speed](Pipeline* pipeline) {
     const std::optional<std::int64_t> duration = pipeline->Duration();
     // Buffering pauses the pipeline, and one that is paused after it has gone back to zero for the
     // jump, but has not yet come to rest, takes the time that it had been playing for along.
@@ -437,7 +432,7 @@ bool Engine::SelectTrack(int stream_type, int index) {
     // Texts of the track before are on their way, and the new one's next may have been passed.
     if (state_ != State::kEnded) {
       cues_.Restart(last_position_ms_);
-      JumpTo(operation.lock(), last_position_ms_);
+      JumpTo(operation.lock(), last_position_ms_, speed_);
     }
   }
   return pipeline_ != nullptr;
@@ -675,7 +670,6 @@ void Engine::HandleEndOfStream(Lock* lock) {
   state_ = State::kEnded;
   SendTexts();  // the last cues may have begun since the last look
   EndTexts();
-  Unlocked(lock, &Pipeline::Pause);
   Push({kMessageEndOfStream, false, 0, {}});
 }
 

@@ -116,7 +116,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   bool OpenSource(Lock* lock, unsigned int offset_ms);
   bool StartPlaying(Lock* lock);
   bool MoveTo(Lock* lock, std::int64_t msec, float speed);
-  Jump JumpTo(Lock* lock, std::int64_t msec);
+  Jump JumpTo(Lock* lock, std::int64_t msec, float speed);
   bool WaitUntilSettled(Lock* lock, Clock::duration limit, Clock::duration quiet_limit);
   void CloseMedium(Lock* lock);
   void Fail(Lock* lock, Message error, const std::string& why);
