@@ -154,6 +154,7 @@ TEST(Errors, EachBadSourceGivesOneMessageAndAGoodOnePlaysAfterwards) {
       {"another host's file", "file://elsewhere/clip.webm", -1},
       {"missing file", ScratchFolder() + "/missing.webm", 186},
       {"folder", ScratchFolder(), 186},
+      {"device", "/dev/zero", 186},
       {"unknown scheme", "nonsense://clip", 186},
       {"refused connection", "http://127.0.0.1:" + std::to_string(UnusedPort()) + "/clip.webm",
        134},

@@ -227,7 +227,28 @@ TEST(Tracks, TextOfTheMediumIsSentOnceChosen) {
     EXPECT_GE(position, time);
     EXPECT_LE(position, time + (index == 3 ? 4 : 1) * Slack(250));
   }
+  ASSERT_TRUE(rig.player->Seek(13500));
+  rig.recorder.WaitFor(kTimedText, 5, Patience(1000));
+  EXPECT_EQ("Fish &amp; chips", rig.recorder.Texts().back());  // no markup in this medium
+  ASSERT_TRUE(rig.PlayFile(Media("tracks.mkv")));
+  EXPECT_EQ(-1, Current(rig, kText));
   rig.player.reset();
+}
+
+// The medium has sound and two tracks of text, each with a cue every second.
+TEST(Tracks, ASwitchOfTextIsSeenAtOnce) {
+  const std::string medium = ZUNO_TEST_FOLDER "/texts.mkv";
+  Rig rig;
+  ASSERT_TRUE(rig.PlayFile(medium) && rig.player->SetStreamID(kText, 0));
+  ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 1, Patience(2000)));
+  EXPECT_TRUE(rig.player->SetStreamID(kText, 1));
+  rig.recorder.WaitFor(kTimedText, 3, Patience(1000));
+  EXPECT_EQ((std::vector<std::string>{"One 1", "", "Eins 1"}), rig.recorder.Texts());
+  // One that is not selected holds up nothing.
+  ASSERT_TRUE(rig.PlayFile(medium) && rig.WaitForPosition(300) && rig.player->Seek(3000));
+  const auto begin = TestClock::now();
+  EXPECT_TRUE(rig.player->Stop());
+  EXPECT_LT(MillisecondsSince(begin), Slack(1000));
 }
 
 }  // namespace
