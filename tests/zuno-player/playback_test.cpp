@@ -46,6 +46,7 @@ TEST(Playback, OpensEverySpellingOfASource) {
     EXPECT_EQ(0, rig.Position());
     EXPECT_TRUE(rig.recorder.WaitFor(kResolution, 1, Patience(1000)));
     EXPECT_EQ(1U, rig.recorder.Notes(kResolution).size());
+    EXPECT_TRUE(rig.recorder.WaitFor(kBuffering, 2, Patience(1000)));
     EXPECT_TRUE(rig.recorder.Errors().empty());
   }
 }

@@ -213,7 +213,9 @@ bool Engine::OpenSource(Lock* lock, unsigned int offset_ms) {
     return false;
   }
   pipeline_->BeginHere();
-  if (offset_ms > 0 && JumpTo(lock, offset_ms, speed_) != Jump::kArrived) {
+  if (offset_ms == 0) {
+    ReportFilled();
+  } else if (JumpTo(lock, offset_ms, speed_) != Jump::kArrived) {
     if (pipeline_ != nullptr) {
       Fail(lock, kMessageOtherError, "cannot start at " + std::to_string(offset_ms) + " ms");
     }
@@ -335,6 +337,7 @@ Engine::Jump Engine::JumpTo(Lock* lock, std::int64_t msec, float speed) {
   if (left) {
     // Not every demultiplexer goes where it is told.
     last_position_ms_ = pipeline_->Position().value_or(msec);
+    ReportFilled();
   }
   if (state_ == State::kEnded && left) {
     StartPlaying(lock);
@@ -572,6 +575,14 @@ void Engine::Fail(Lock* lock, Message error, const std::string& why) {
 void Engine::EndBuffering() {
   if (buffering_) {
     buffering_ = false;
+    Push({kMessageBuffering, true, 100, {}});
+  }
+}
+
+// The buffer of what is not read ahead is full at once.
+void Engine::ReportFilled() {
+  if (!pipeline_->reads_ahead()) {
+    Push({kMessageBuffering, true, 0, {}});
     Push({kMessageBuffering, true, 100, {}});
   }
 }

@@ -121,6 +121,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void CloseMedium(Lock* lock);
   void Fail(Lock* lock, Message error, const std::string& why);
   void EndBuffering();
+  void ReportFilled();
   bool IsLoaded() const;
   bool IsAdvancing() const;
   std::int64_t CurrentPosition();

@@ -112,6 +112,7 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   const bool network = IsNetworkUri(uri);
   const bool playlist = NamesPlaylist(uri);
   const bool streams = network && playlist;
+  const bool reads_ahead = network || playlist;
   // playbin takes over floating references, so what it was not given yet is released here.
   ElementPtr video(videoSink != nullptr ? videoSink : ParseBin(kSilentSink));
   ElementPtr audio(MakeAudioSink());
@@ -132,7 +133,7 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   g_object_set(text.get(), "sync", TRUE, "max-buffers", 16U, "drop", TRUE, nullptr);
   g_object_set(playbin.get(), "uri", uri.c_str(), "flags",
                kPlayVideo | kPlayAudio | kPlayText | kPlayNativeVideo | kPlayDeinterlace |
-                   (network || playlist ? kPlayDownload | kPlayBuffering : 0),
+                   (reads_ahead ? kPlayDownload | kPlayBuffering : 0),
                "video-sink", video.get(), "audio-sink", audio.get(), "audio-filter", tempo.get(),
                "text-sink", text.get(), nullptr);
   g_signal_connect(playbin.get(), "source-setup", G_CALLBACK(SetUpSource), nullptr);
@@ -144,6 +145,7 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   pipeline->text_sink_ = std::move(text);
   pipeline->audio_sink_ = std::move(audio);
   pipeline->video_sink_ = std::move(video);
+  pipeline->reads_ahead_ = reads_ahead;
   pipeline->has_streams_ = streams;
   return pipeline;
 }

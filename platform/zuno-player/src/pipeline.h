@@ -71,6 +71,8 @@ class Pipeline {
   void TakeTracks(GstMessage* message);
   void TakeSelection(GstMessage* message);
 
+  // Whether it has a buffer that fills before it plays, of which the bus tells.
+  bool reads_ahead() const { return reads_ahead_; }
   GstBus* bus() const { return bus_.get(); }
 
  private:
@@ -91,6 +93,7 @@ class Pipeline {
   ElementPtr text_sink_;
   BusPtr bus_;
   std::int64_t origin_ = 0;
+  bool reads_ahead_ = false;
   bool has_streams_ = false;  // playbin3 lists its tracks as streams
   std::map<int, Tracks> tracks_;
 };
