@@ -92,6 +92,20 @@ TEST(Options, ReportsErrors) {
   fs::remove(picture);
 }
 
+TEST(Options, DenyPrivileges) {
+  const Screen screen;
+  const std::string page = R"(data:text/html,<embed type="application/x-lumivex"><script>
+      onload = () => ['lumivexplayer', 'lumivexrfmanager'].forEach((moduleName) =>
+        console.log('code ' + document.querySelector('embed').postMessageAndAwaitResponse(
+          {moduleName, command: 'GetPlayerVersion'}).code));</script>)";
+  for (const auto& [denied, codes] :
+       {std::pair("--deny=player", std::pair("18", "0")), {"--deny=rf-manager", {"0", "18"}}}) {
+    Window program({denied, page});
+    EXPECT_EQ(program.WaitForLine("code "), codes.first);
+    EXPECT_EQ(program.WaitForLine("code "), codes.second);
+  }
+}
+
 TEST(Options, OpensPathsAndAddressesAsTyped) {
   const Screen screen;
   const std::string folder = testing::TempDir() + "lumivex page";

@@ -3,14 +3,10 @@
 # built, from nothing but the SDK, that the packages hold it alone, and that it runs.
 set -euo pipefail
 
-usage="usage: $0 BUILD WORK HOST [CMAKE_OPTION...]
-BUILD is a configured build with the stand-ins, WORK a folder to work in, HOST starts its lumivex-host
-(and shows how programs for the device are started);
-the options choose the compiler of the device build."
-[ $# -ge 3 ] || {
-  echo "$usage" >&2
-  exit 64
-}
+# usage: device_build_test.sh BUILD WORK HOST [CMAKE_OPTION...]
+# BUILD is a configured build with the stand-ins, WORK a folder to work in, HOST starts its lumivex-host
+# (and shows how programs for the device are started); the options choose the compiler of the device
+# build.
 build=$1 work=$2 host=$3
 shift 3
 options=(-DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr "$@")

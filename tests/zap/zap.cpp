@@ -1,8 +1,6 @@
-// lumivex-zap MEDIA_FOLDER [ROUNDS]: changes the source of one player as soon as it plays, again
-// and again, and fails when the process grows in the second half of the rounds by more than 1 MiB.
+// lumivex-zap ROUNDS: changes the source of one player as soon as it plays, again and again, and
+// fails when the process grows in the second half of the rounds by more than 1 MiB.
 
-#include <dlfcn.h>
-#include <httplib.h>
 #include <malloc.h>
 #include <unistd.h>
 
@@ -11,11 +9,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <memory>
-#include <thread>
 
-#include "IZunoPlayer.h"
-#include "wait_until.h"
+#include "http_server.h"
+#include "player_harness.h"
 
 namespace {
 
@@ -30,41 +26,24 @@ long ResidentBytes() {
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  const int rounds = argc > 2 ? std::atoi(argv[2]) : 2000;
-  if (argc < 2 || argc > 3 || rounds < kSteps) {
-    std::fprintf(stderr, "usage: lumivex-zap MEDIA_FOLDER [ROUNDS]\n");
-    return 64;
-  }
-  void* library = dlopen(LUMIVEX_ZAP_PLAYER, RTLD_NOW);
-  if (library == nullptr) {
-    std::fprintf(stderr, "lumivex-zap: %s\n", dlerror());
-    return 1;
-  }
-  const std::string folder = argv[1];
-  httplib::Server server;
-  server.set_tcp_nodelay(true);
-  server.set_mount_point("/", folder);
-  const std::string site =
-      "http://127.0.0.1:" + std::to_string(server.bind_to_any_port("127.0.0.1")) + "/";
-  std::thread([&server] { server.listen_after_bind(); }).detach();
-  const std::string sources[] = {site + "clip.webm", folder + "/turned.mp4",
-                                 site + "hls/master.m3u8"};
-  IZunoPlayer* const player = reinterpret_cast<ZunoPlayerCreate>(dlsym(library, "Create"))();
+int main(int, char** argv) {
+  const int rounds = std::atoi(argv[1]);
+  const HttpServer server(ZUNO_TEST_MEDIA);
+  const std::string sources[] = {server.Url("clip.webm"), Media("turned.mp4"),
+                                 server.Url("hls/master.m3u8")};
+  Rig rig;
   // The least at the looks in each quarter: what malloc and the threads' stacks happen to keep at
   // one look is several times what is allowed.
   long least[] = {LONG_MAX, LONG_MAX, LONG_MAX, LONG_MAX};
   for (int round = 1; round <= rounds; ++round) {
     const std::string& source = sources[round % 3];
-    int position = 0;
-    const auto plays = [&] { return player->GetCurrentPosition(&position) && position > 0; };
-    if (!player->InitPlayer(source.c_str(), 0) || !player->Play(0) ||
-        !WaitUntil(std::chrono::seconds(10), plays)) {
+    if (!rig.PlayFile(source) || !rig.WaitForPosition(1)) {
       std::fprintf(stderr, "lumivex-zap: round %d: %s does not play\n", round, source.c_str());
       std::_Exit(1);
     }
     if (round % (rounds / kSteps) == 0) {
-      player->Stop();
+      rig.player->Stop();
+      rig.recorder.Clear();
       malloc_trim(0);  // what is free counts for nothing
       const long resident = ResidentBytes();
       long& quarter = least[(round - 1) * 4 / rounds];

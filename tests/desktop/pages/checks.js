@@ -36,12 +36,12 @@ function exists(address) {
 
 async function step(name) {
   console.log(`step ${name}`);
-  while (!await exists(`${params.get("steps")}/${name}`)) {
+  while (!await exists(`steps/${name}`)) {
     await sleep(50);
   }
 }
 
-const media = (name) => `${params.get("media")}/${name}`;
+const media = (name) => new URL(`media/${name}`, location).href;
 
 function addPlugin() {
   const embed = document.createElement("embed");
