@@ -415,11 +415,6 @@ TEST(LoadTest, LoadsAndUnloadsAgainAndAgain) {
   }
 }
 
-TEST(LoadTest, TheEndOfTheBrowserUnloads) {
-  ASSERT_TRUE(Browser().Load(ECHO_PLUGIN, nullptr));
-  EXPECT_EQ(dlopen(ECHO_PLUGIN, RTLD_NOW | RTLD_NOLOAD), nullptr) << "the library stays";
-}
-
 TEST(LoadTest, FailuresSayWhy) {
   Browser browser;
   std::string error;

@@ -4,20 +4,12 @@
 
 #include <algorithm>
 #include <chrono>
-#include <map>
-
-#include "slurp.h"
 
 namespace {
 
 constexpr char kLoopback[] = "127.0.0.1";
 constexpr int kSliceMsec = 20;
 constexpr std::size_t kThreads = 32;  // a connection that is left open holds one
-const std::map<std::string, const char*> kContentTypes = {
-    {".html", "text/html"},
-    {".m3u8", "application/vnd.apple.mpegurl"},
-    {".ts", "video/mp2t"},
-    {".webm", "video/webm"}};
 
 }  // namespace
 
@@ -50,27 +42,24 @@ HttpServer::HttpServer(const std::string& folder, const Options& options)
   server_->set_keep_alive_max_count(1);
   server_->set_tcp_nodelay(true);
   server_->new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
-  server_->Get("/(.*)", [this, folder, options, wait, send](const httplib::Request& request,
-                                                            httplib::Response& response) {
-    ++requests_;
+  server_->set_mount_point("/", folder);
+  server_->set_file_extension_and_mimetype_mapping("m3u8", "application/vnd.apple.mpegurl");
+  server_->set_file_request_handler([this, options, wait, send](const httplib::Request& request,
+                                                                httplib::Response& response) {
     while (!options.answer && !quit_) {
       wait();
     }
-    const std::string path = request.matches[1];
-    const std::string body = Slurp(folder + "/" + path);
-    if (body.empty() || path.find("..") != std::string::npos) {
-      response.status = 404;
-      return;
-    }
-    const auto type = kContentTypes.find(path.substr(std::min(path.rfind('.'), path.size())));
     if (!options.ranges) {
       const_cast<httplib::Request&>(request).ranges.clear();
     }
+    const std::string type = response.get_header_value("Content-Type");
+    response.headers.erase("Content-Type");
     response.set_content_provider(
-        body.size(), type == kContentTypes.end() ? "application/octet-stream" : type->second,
-        [body, send](std::size_t at, std::size_t length, httplib::DataSink& sink) {
+        response.body.size(), type,
+        [body = response.body, send](std::size_t at, std::size_t length, httplib::DataSink& sink) {
           return send(body, at, length, sink);
         });
+    response.body.clear();
   });
   thread_ = std::thread([this] { server_->listen_after_bind(); });
 }

@@ -32,13 +32,11 @@ class HttpServer {
 
   std::string Url(const std::string& path) const;
   int port() const { return port_; }
-  int requests() const { return requests_; }
 
  private:
   const std::unique_ptr<httplib::Server> server_;
   const int port_;
   std::atomic<bool> quit_{false};
-  std::atomic<int> requests_{0};
   std::thread thread_;
 };
 
