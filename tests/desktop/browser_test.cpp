@@ -22,16 +22,14 @@ namespace fs = std::filesystem;
 constexpr Screen::Color kPage = {0x20, 0x40, 0x80};
 constexpr Screen::Color kBars[] = {{255, 255, 255}, {255, 255, 0}, {0, 255, 255}, {0, 255, 0},
                                    {255, 0, 255},   {255, 0, 0},   {0, 0, 255}};
-constexpr int kBarCount = 7;
 
 // The middle of each of the clip's colour bars, with the picture in these bounds.
 std::vector<Screen::Spot> Bars(const Screen::Bounds& bounds) {
   const auto [x, y, width, height] = bounds;
   std::vector<Screen::Spot> spots;
-  for (int i = 0; i < kBarCount; ++i) {
+  for (int i = 0; i < 7; ++i) {
     for (const int share : {1, 10, 50}) {  // percent of the height
-      spots.push_back(
-          {x + width * (2 * i + 1) / (2 * kBarCount), y + height * share / 100, kBars[i]});
+      spots.push_back({x + width * (2 * i + 1) / 14, y + height * share / 100, kBars[i]});
     }
   }
   return spots;
@@ -81,8 +79,7 @@ class Browser : public testing::Test {
   static void ExpectAllOk(Window* program, int status = 0) {
     const std::string count = program->WaitForLine("done ");
     EXPECT_EQ(program->Wait(), status);
-    const std::string output = program->output();
-    EXPECT_EQ(output.find("FAIL"), std::string::npos);
+    EXPECT_EQ(program->output().find("FAIL"), std::string::npos);
     EXPECT_GT(std::atoi(count.c_str()), 0);
     EXPECT_TRUE(program->NothingIsLeft());
   }

@@ -44,9 +44,8 @@ TEST(Options, TakesAScreenshotOfTheGivenSize) {
 
 TEST(Options, ReportsErrors) {
   const Screen screen;
-  const std::string folder = testing::TempDir();
-  const std::string library = folder + "lumivex-no-plugin.so";
-  const std::string picture = folder + "lumivex-wrong.png";
+  const std::string library = testing::TempDir() + "lumivex-no-plugin.so";
+  const std::string picture = testing::TempDir() + "lumivex-wrong.png";
   std::ofstream(library) << "this is no library";
   const std::string port = std::to_string(UnusedPort());
   Window busy({"--devtools", port, "data:text/html,<script>console.log('opened')</script>"});

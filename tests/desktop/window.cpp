@@ -13,7 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::chrono::seconds kLineLimit{30};
 constexpr std::chrono::seconds kLeftLimit{15};
 
 fs::path Proc(pid_t process) {
@@ -46,22 +45,15 @@ Window::~Window() {
 }
 
 std::string Window::WaitForLine(const std::string& beginning) {
-  std::string rest;
-  const bool came = WaitUntil(kLineLimit, [&] {
-    const std::string text = output();
-    const std::string wanted = ": info: " + beginning;
-    const std::size_t start = text.find(wanted, found_);
-    const std::size_t end = text.find('\n', start);
-    if (end == std::string::npos) {
-      return false;
-    }
-    rest = text.substr(start + wanted.size(), end - start - wanted.size());
-    found_ = end + 1;
-    return true;
-  });
-  EXPECT_TRUE(came) << "the page never logged \"" << beginning << "\"";
+  const std::string wanted = ": info: " + beginning;
+  std::string line;
+  do {
+    line = ReadLine();
+  } while (!line.empty() && line.find(wanted) == std::string::npos);
+  EXPECT_NE(line, "") << "the page never logged \"" << beginning << "\"";
   noted_.merge(Below(pid()));
-  return rest;
+  line.erase(0, line.find(wanted) + wanted.size());
+  return line.substr(0, line.find('\n'));
 }
 
 std::string Window::SessionFolder() const {

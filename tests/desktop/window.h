@@ -32,7 +32,6 @@ class Window : public Program {
   bool NothingIsLeft();
 
  private:
-  std::size_t found_ = 0;  // in the output: where the next search begins
   std::set<pid_t> noted_;  // descendants
 };
 

@@ -4,9 +4,8 @@
 set -euo pipefail
 
 # usage: device_build_test.sh BUILD WORK HOST [CMAKE_OPTION...]
-# BUILD is a configured build with the stand-ins, WORK a folder to work in, HOST starts its lumivex-host
-# (and shows how programs for the device are started); the options choose the compiler of the device
-# build.
+# BUILD is configured with the stand-ins; HOST starts its lumivex-host, and shows how programs for the
+# device are started. The options choose the compiler of the device build.
 build=$1 work=$2 host=$3
 shift 3
 options=(-DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr "$@")

@@ -123,15 +123,13 @@ class PageTest : public testing::Test {
     EXPECT_THAT(browser_.Defects(), IsEmpty());
   }
 
-  static Browser::Options CountDropped(std::atomic<int>* count) {
-    Browser::Options options;
-    options.on_dropped = [count](const Json&) { ++*count; };
-    return options;
-  }
-
   const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   std::atomic<int> dropped_{0};  // events of pages that are gone
-  Browser browser_{CountDropped(&dropped_)};
+  Browser browser_{[this] {
+    Browser::Options options;
+    options.on_dropped = [this](const Json&) { ++dropped_; };
+    return options;
+  }()};
   Tables tables_;
   std::unique_ptr<Handler> handler_;
   std::unique_ptr<Page> page_;
@@ -415,6 +413,11 @@ TEST(LoadTest, LoadsAndUnloadsAgainAndAgain) {
   }
 }
 
+TEST(LoadTest, TheEndOfTheBrowserUnloads) {
+  ASSERT_TRUE(Browser().Load(ECHO_PLUGIN, nullptr));
+  EXPECT_EQ(dlopen(ECHO_PLUGIN, RTLD_NOW | RTLD_NOLOAD), nullptr) << "the library stays";
+}
+
 TEST(LoadTest, FailuresSayWhy) {
   Browser browser;
   std::string error;
@@ -454,7 +457,6 @@ TEST(LoadTest, RefusedElementIsNoPage) {
 }
 
 TEST(LoadDeathTest, OneBrowserOnItsOwnThread) {
-  testing::GTEST_FLAG(death_test_style) = DEATH_TEST_STYLE;
   EXPECT_DEATH(
       {
         Browser first;

@@ -8,10 +8,8 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -117,15 +115,18 @@ TEST(ProgramTest, ScriptsEndWithTheirStatus) {
        3, "{\"event\":{\"got\":1}}\n{\"event\":{\"got\":2}}\n{\"event\":{\"got\":3}}\n",
        "<stdin>:6: no event matched \\{\"got\":1\\} within 20 ms\n"},
       {"what is expected comes",
-       "{\"a\": 1, \"b\": {\"c\": 2, \"d\": 3}}\n{\"$post\": [1]}\n{\"$expect\": {\"b\": {\"d\": "
-       "3}}}\n"
+       "{\"a\": 1, \"b\": {\"c\": 2, \"d\": 3}}\n{\"$post\": [1]}\n"
+       "{\"$expect\": {\"b\": {\"d\": 3.0}}}\n"
        "{\"$waitFor\": {}, \"$expect\": {\"got\": [1]}}\n",
        0, "{\"reply\":{\"a\":1,\"b\":{\"c\":2,\"d\":3}}}\n{\"event\":{\"got\":[1]}}\n", ""},
-      {"another reply than expected", "{\"a\": 1}\n{\"$expect\": {\"a\": 2}}\n3\n", 5,
-       "{\"reply\":{\"a\":1}}\n", "<stdin>:2: expected \\{\"a\":2\\}, got \\{\"a\":1\\}\n"},
+      {"another reply than expected", "{\"a\": 1}\n{\"$expect\": {\"a\": \"1\"}}\n3\n", 5,
+       "{\"reply\":{\"a\":1}}\n", "<stdin>:2: expected \\{\"a\":\"1\"\\}, got \\{\"a\":1\\}\n"},
+      {"less than expected", "{\"a\": 1}\n{\"$expect\": {\"b\": null}}\n", 5,
+       "{\"reply\":{\"a\":1}}\n", "<stdin>:2: expected .*\n"},
       {"another event than expected",
-       "{\"$post\": 1}\n{\"$waitFor\": {}, \"$expect\": {\"b\": 1}}\n", 5,
-       "{\"event\":{\"got\":1}}\n", "<stdin>:2: expected \\{\"b\":1\\}, got \\{\"got\":1\\}\n"},
+       "{\"$post\": [1, 2]}\n{\"$waitFor\": {}, \"$expect\": {\"got\": [1]}}\n", 5,
+       "{\"event\":{\"got\":[1,2]}}\n",
+       "<stdin>:2: expected \\{\"got\":\\[1\\]\\}, got \\{\"got\":\\[1,2\\]\\}\n"},
       {"no reply to look at", "{\"$post\": 1}\n{\"$expect\": {}}\n", 2, "{\"event\":{\"got\":1}}\n",
        "<stdin>:2: \\$expect has no reply.*\n"},
       {"not JSON", "1\n\n  {\"a\" 1}\n2\n", 2, "{\"reply\":1}\n",

@@ -6,10 +6,11 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <array>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <string>
-#include <thread>
 
 #include "slurp.h"
 
@@ -97,16 +98,13 @@ TEST(Dlog, AppendsToAFileFromManyThreads) {
   ExpectWritten(
       "debug", path,
       [] {
-        std::thread threads[4];
-        for (std::thread& thread : threads) {
-          thread = std::thread([] {
+        std::array<std::future<void>, 4> threads;
+        for (std::future<void>& thread : threads) {
+          thread = std::async(std::launch::async, [] {
             for (int n = 0; n < 2500; ++n) {
               __dlog_print(0, 3, "TAG", "%s", "the same line");
             }
           });
-        }
-        for (std::thread& thread : threads) {
-          thread.join();
         }
       },
       "");

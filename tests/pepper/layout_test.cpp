@@ -7,19 +7,8 @@
 #include <iterator>
 #include <typeinfo>
 
-#include "ppapi/c/pp_completion_callback.h"
 #include "ppapi/c/pp_rect.h"
-#include "ppapi/c/pp_var.h"
-#include "ppapi/c/ppb_core.h"
-#include "ppapi/c/ppb_message_loop.h"
-#include "ppapi/c/ppb_messaging.h"
-#include "ppapi/c/ppb_var.h"
-#include "ppapi/c/ppb_var_array.h"
-#include "ppapi/c/ppb_var_dictionary.h"
-#include "ppapi/c/ppp_instance.h"
-#include "ppapi/c/ppp_message_handler.h"
-#include "ppapi/c/ppp_messaging.h"
-#include "ppapi/c/quorvel/ppb_extension_system_quorvel.h"
+#include "tables.h"
 
 namespace {
 

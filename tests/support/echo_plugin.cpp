@@ -42,9 +42,7 @@ class Handler : public PPBaseMessageHandler {
   void HandleMessageImpl(pp::InstanceHandle handle, const pp::Var& message) override {
     pp::Instance instance(handle.pp_instance());
     const pp::VarDictionary request(message);
-    const std::string action = request.Get("do").AsString();
-    ThrowIf(action == "throw");
-    SleepIf(action == "sleep", request);
+    const std::string action = Action(request);
     if (action == "respond") {
       responseData(instance, "name", 26, request.Get("value"), "Error", "text");
     } else {
@@ -56,10 +54,8 @@ class Handler : public PPBaseMessageHandler {
 
   pp::Var HandleBlockingMessageImpl(pp::InstanceHandle instance, const pp::Var& message) override {
     const pp::VarDictionary request(message);
-    const std::string action = request.Get("do").AsString();
+    const std::string action = Action(request);
     const pp::Var value = request.Get("value");
-    ThrowIf(action == "throw");
-    SleepIf(action == "sleep", request);
     if (action == "post") {
       pp::Instance(instance.pp_instance()).PostMessage(value);
     } else if (action == "privilege" || action == "window") {
@@ -77,16 +73,16 @@ class Handler : public PPBaseMessageHandler {
   }
 
  private:
-  static void ThrowIf(bool told) {
-    if (told) {
+  // What a message asks for; throws or sleeps if that is it.
+  static std::string Action(const pp::VarDictionary& request) {
+    const std::string action = request.Get("do").AsString();
+    if (action == "throw") {
       throw std::runtime_error("thrown");
     }
-  }
-
-  static void SleepIf(bool told, const pp::VarDictionary& request) {
-    if (told) {
+    if (action == "sleep") {
       std::this_thread::sleep_for(std::chrono::milliseconds(request.Get("ms").AsInt()));
     }
+    return action;
   }
 
   static pp::Var Ask(pp::InstanceHandle instance, const pp::Var& operation, const pp::Var& data) {

@@ -74,7 +74,7 @@ class Program {
   // The output's next line, or what there is of it in the end.
   std::string ReadLine() {
     std::string line;
-    WaitUntil(std::chrono::seconds(20), [&] {
+    WaitUntil(std::chrono::seconds(30), [&] {
       const bool is_all = HasEnded();
       const std::string text = output();
       line = text.substr(read_, text.find('\n', read_) + 1 - read_);

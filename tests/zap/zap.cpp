@@ -1,6 +1,7 @@
 // lumivex-zap ROUNDS: changes the source of one player as soon as it plays, again and again, and
 // fails when the process grows in the second half of the rounds by more than 1 MiB.
 
+#include <httplib.h>
 #include <malloc.h>
 #include <unistd.h>
 
@@ -10,7 +11,6 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "http_server.h"
 #include "player_harness.h"
 
 namespace {
@@ -28,9 +28,13 @@ long ResidentBytes() {
 
 int main(int, char** argv) {
   const int rounds = std::atoi(argv[1]);
-  const HttpServer server(ZUNO_TEST_MEDIA);
-  const std::string sources[] = {server.Url("clip.webm"), Media("turned.mp4"),
-                                 server.Url("hls/master.m3u8")};
+  httplib::Server server;
+  server.set_tcp_nodelay(true);
+  server.set_mount_point("/", ZUNO_TEST_MEDIA);
+  const std::string site =
+      "http://127.0.0.1:" + std::to_string(server.bind_to_any_port("127.0.0.1")) + "/";
+  std::thread([&server] { server.listen_after_bind(); }).detach();
+  const std::string sources[] = {site + "clip.webm", Media("turned.mp4"), site + "hls/master.m3u8"};
   Rig rig;
   // The least at the looks in each quarter: what malloc and the threads' stacks happen to keep at
   // one look is several times what is allowed.
