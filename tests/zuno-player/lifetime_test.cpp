@@ -1,4 +1,4 @@
-// Creating, ending and calling at any moment, from any thread.
+// Creating, ending and calling at any moment.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -166,34 +166,6 @@ TEST(Lifetime, OperationsGoOnWhileACallbackIsHeldUp) {
   EXPECT_LT(MillisecondsSince(begin), Slack(3000));
   release.set_value();
   rig.player.reset();
-}
-
-TEST(Lifetime, ManyThreadsMayCallAtOnce) {
-  Rig rig;
-  const std::string clip = Media("clip.webm");
-  IZunoPlayer* player = rig.player.get();
-  const std::function<void(int)> calls[] = {
-      [&](int) { player->InitPlayer(clip.c_str(), 0); },
-      [&](int) { player->Play(0); },
-      [&](int i) { player->Seek(i * 1000); },
-      [&](int) { player->Pause(); },
-      [&](int) { player->StartSubtitle(Media("cues.srt").c_str(), 0); },
-      [&](int i) { i > 10 ? player->Stop() : player->SetPlaySpeed(2); },
-      [&](int) { rig.Resolution(); }};
-  std::vector<std::thread> threads;
-  for (int thread = 0; thread < 3; ++thread) {
-    threads.emplace_back([&, thread] {
-      for (int i = 0; i < 15; ++i) {
-        std::string language;
-        player->GetStreamLanguageCode(1, 0, &language, nullptr);
-        calls[(i + thread * 5) % 7](i);
-      }
-    });
-  }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-  EXPECT_TRUE(rig.PlayFile(clip));
 }
 
 TEST(Lifetime, PlayersDoNotDisturbEachOther) {
