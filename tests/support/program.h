@@ -8,11 +8,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
 #include <cstddef>
+#include <cstdio>
+#include <cstdlib>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -34,6 +34,7 @@ class Program {
     input_ = ends[1];
     arguments.insert(arguments.begin(), file);
     std::vector<char*> words;
+    words.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) {
       words.push_back(argument.data());
     }
@@ -99,7 +100,8 @@ class Program {
  private:
   static void Require(bool done) {
     if (!done) {
-      throw std::system_error(errno, std::generic_category());
+      std::perror("pipe to a program");
+      std::abort();
     }
   }
   bool HasEnded() { return ended_ = ended_ || waitpid(pid_, &status_, WNOHANG) == pid_; }
