@@ -611,7 +611,7 @@ void Engine::Handle(Lock* lock, GstMessage* message) {
     case GST_MESSAGE_BUFFERING: {
       gint percent = 0;
       gst_message_parse_buffering(message, &percent);
-      HandleBuffering(lock, percent);
+      HandleBuffering(lock, percent, gst_message_get_seqnum(message));
       break;
     }
     case GST_MESSAGE_CLOCK_LOST:
@@ -638,8 +638,12 @@ void Engine::Handle(Lock* lock, GstMessage* message) {
   }
 }
 
-void Engine::HandleBuffering(Lock* lock, int percent) {
-  if (!buffering_ && percent >= 100) {
+void Engine::HandleBuffering(Lock* lock, int percent, guint32 number) {
+  if (percent >= 100) {
+    full_ = number;
+  }
+  // A smaller percentage that is older comes from another thread, too late, and none follows it.
+  if ((!buffering_ && percent >= 100) || gst_util_seqnum_compare(number, full_) < 0) {
     return;
   }
   if (percent >= 100) {

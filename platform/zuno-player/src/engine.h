@@ -128,7 +128,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
 
   bool DrainBus(Lock* lock);  // false when it was empty
   void Handle(Lock* lock, GstMessage* message);
-  void HandleBuffering(Lock* lock, int percent);
+  void HandleBuffering(Lock* lock, int percent, guint32 number);
   void CheckForStall(Lock* lock);
   void HandleEndOfStream(Lock* lock);
   void RefreshResolution();
@@ -175,6 +175,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   std::int64_t reported_ms_ = 0;
   std::optional<Size> size_;
   bool buffering_ = false;
+  guint32 full_ = 0;  // the number of the last message that said so
   int percent_ = 0;
   Clock::time_point stalled_at_;  // a buffering period without progress until then is an error
   bool text_chosen_ = false;
