@@ -80,6 +80,13 @@ TEST(Playback, KeepsTimeAndReportsItEvery250Ms) {
   ASSERT_TRUE(rig.player->Resume());
   ExpectProgress(rig, 1000, 1);
   EXPECT_FALSE(rig.recorder.Reports().empty());
+
+  ASSERT_TRUE(rig.player->Stop());
+  SleepFor(Slack(50));
+  rig.recorder.Clear();
+  EXPECT_EQ(-1, rig.Position());
+  SleepFor(600);
+  EXPECT_TRUE(rig.recorder.Reports().empty());
 }
 
 TEST(Playback, SeeksExactly) {
