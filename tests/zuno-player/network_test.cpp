@@ -51,20 +51,42 @@ TEST(Network, HoldsWhenItRunsDry) {
   EXPECT_TRUE(rig.recorder.Errors().empty());
 }
 
-TEST(Network, SeeksWhereTheServerCan) {
-  for (const bool ranges : {true, false}) {
-    SCOPED_TRACE(ranges);
-    HttpServer::Options options;
-    options.ranges = ranges;
-    const HttpServer server(ZUNO_TEST_MEDIA, options);
+TEST(Network, SeeksWhereTheSourceCan) {
+  HttpServer::Options options;
+  const HttpServer server(ZUNO_TEST_MEDIA);
+  const HttpServer scratch_server(ScratchFolder());
+  options.ranges = false;
+  const HttpServer rangeless_server(ZUNO_TEST_MEDIA, options);
+  const std::string clip = Slurp(Media("clip.webm"));
+  const std::string half = WriteFile("half.webm", clip.substr(0, clip.size() / 2));
+  std::string stream;
+  for (const char* segment : {"0", "1", "2", "3", "4", "5"}) {
+    stream += Slurp(Media(std::string("hls/high/00") + segment + ".ts"));
+  }
+  WriteFile("film.ts", stream);
+  struct Row {
+    const char* what;
+    std::string source;
+    bool far;   // seeks to 11000
+    bool near;  // seeks to 3000
+  };
+  const Row rows[] = {{"server", server.Url("clip.webm"), true, true},
+                      {"server without ranges", rangeless_server.Url("clip.webm"), false, false},
+                      {"broadcast stream", scratch_server.Url("film.ts"), true, true},
+                      {"breaks off", half, false, true},
+                      {"breaks off on the server", scratch_server.Url("half.webm"), false, true}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
     Rig rig;
-    ASSERT_TRUE(rig.PlayFile(server.Url("clip.webm")));
-    for (const int target : {15000, 3000}) {
+    ASSERT_TRUE(rig.PlayFile(row.source));
+    for (const auto& [target, arrives] :
+         {std::pair(11000, row.far), {3000, row.near}, {-1, false}}) {
       const int position = rig.Position();
-      EXPECT_EQ(ranges, rig.player->Seek(target));
-      EXPECT_NEAR(ranges ? target : position, rig.Position(), Slack(300));
+      EXPECT_EQ(arrives, rig.player->Seek(target)) << target;
+      EXPECT_NEAR(arrives ? target : position, rig.Position(), Slack(300));
       EXPECT_TRUE(rig.WaitForPosition(rig.Position() + 300));
     }
+    EXPECT_TRUE(rig.recorder.Notes(kEndOfStream).empty());
     EXPECT_TRUE(rig.recorder.Errors().empty());
   }
 }

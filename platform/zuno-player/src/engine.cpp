@@ -242,7 +242,7 @@ bool Engine::Play() {
       return StartPlaying(operation.lock());
     case State::kEnded:
       cues_.Restart(0);
-      return JumpTo(operation.lock(), 0, speed_) == Jump::kArrived;
+      return MoveTo(operation.lock(), 0, speed_);
     default:
       return false;
   }
@@ -313,10 +313,15 @@ bool Engine::SetSpeed(float speed) {
 bool Engine::MoveTo(Lock* lock, std::int64_t msec, float speed) {
   const std::int64_t position = last_position_ms_;
   const Jump jump = JumpTo(lock, msec, speed);
-  if (jump == Jump::kArrived) {
-    speed_ = speed;
-  } else if (jump == Jump::kMissed && IsLoaded()) {
+  if (jump == Jump::kMissed) {
     JumpTo(lock, position, speed_);
+  } else if (jump == Jump::kArrived) {
+    speed_ = speed;
+  }
+  if (state_ == State::kEnded && jump == Jump::kArrived) {
+    StartPlaying(lock);
+  } else if (state_ == State::kPlaying && !buffering_) {
+    Unlocked(lock, &Pipeline::Play);
   }
   return jump == Jump::kArrived;
 }
@@ -331,22 +336,12 @@ Engine::Jump Engine::JumpTo(Lock* lock, std::int64_t msec, float speed) {
   };
   const bool left = Unlocked(lock, go);
   const bool settled = left && WaitUntilSettled(lock, kSeekLimit, kSeekLimit);
-  if (pipeline_ == nullptr) {
+  if (pipeline_ == nullptr || !left) {
     return Jump::kRefused;
   }
-  if (left) {
-    // Not every demultiplexer goes where it is told.
-    last_position_ms_ = pipeline_->Position().value_or(msec);
-    ReportFilled();
-  }
-  if (state_ == State::kEnded && left) {
-    StartPlaying(lock);
-  } else if (state_ == State::kPlaying && !buffering_) {
-    Unlocked(lock, &Pipeline::Play);
-  }
-  if (!left) {
-    return Jump::kRefused;
-  }
+  // Not every demultiplexer goes where it is told, and a medium may end before its duration says.
+  last_position_ms_ = Unlocked(lock, &Pipeline::Arrival).value_or(msec);
+  ReportFilled();
   return settled && std::abs(last_position_ms_ - msec) <= kSeekToleranceMs ? Jump::kArrived
                                                                            : Jump::kMissed;
 }
@@ -435,7 +430,7 @@ bool Engine::SelectTrack(int stream_type, int index) {
     // Texts of the track before are on their way, and the new one's next may have been passed.
     if (state_ != State::kEnded) {
       cues_.Restart(last_position_ms_);
-      JumpTo(operation.lock(), last_position_ms_, speed_);
+      MoveTo(operation.lock(), last_position_ms_, speed_);
     }
   }
   return pipeline_ != nullptr;

@@ -104,6 +104,13 @@ void OnElementAdded(GstBin* playbin, GstBin* /*bin*/, GstElement* element, void*
   }
 }
 
+// A sink comes to rest at the end as well as at data.
+GstPadProbeReturn OnDataOrFlush(GstPad* /*pad*/, GstPadProbeInfo* info, gpointer data_follow) {
+  *static_cast<std::atomic<bool>*>(data_follow) =
+      (GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0;
+  return GST_PAD_PROBE_OK;
+}
+
 }  // namespace
 
 std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* videoSink) {
@@ -140,6 +147,13 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   g_signal_connect(playbin.get(), "deep-element-added", G_CALLBACK(OnElementAdded), nullptr);
 
   std::unique_ptr<Pipeline> pipeline(new Pipeline);
+  for (GstElement* sink : {audio.get(), video.get()}) {
+    const PadPtr pad(gst_element_get_static_pad(sink, "sink"));
+    gst_pad_add_probe(
+        pad.get(),
+        static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_FLUSH),
+        OnDataOrFlush, &pipeline->data_follow_, nullptr);
+  }
   pipeline->bus_.reset(gst_element_get_bus(playbin.get()));
   pipeline->playbin_ = std::move(playbin);
   pipeline->text_sink_ = std::move(text);
@@ -229,6 +243,10 @@ std::optional<std::int64_t> Pipeline::Position() const {
     return std::nullopt;
   }
   return std::max<std::int64_t>(position / GST_MSECOND - origin_, 0);
+}
+
+std::optional<std::int64_t> Pipeline::Arrival() const {
+  return data_follow_ ? Position() : Duration();
 }
 
 void Pipeline::BeginHere() {

@@ -1,6 +1,7 @@
 #ifndef PLATFORM_ZUNO_PLAYER_SRC_PIPELINE_H_
 #define PLATFORM_ZUNO_PLAYER_SRC_PIPELINE_H_
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <map>
@@ -21,8 +22,9 @@ struct Size {
 
 // One opened medium on GStreamer's playbin, or playbin3. Takes no lock and starts no thread of its
 // own. The owner reads its bus and calls it from one thread at a time; the const functions may be
-// called beside that, those on tracks apart. Of our code, two handlers that set up and shield the
-// source run on GStreamer's threads. Times are in milliseconds of the medium.
+// called beside that, those on tracks apart. Of our code, the handlers that set up and shield the
+// source and that see data at the sinks run on GStreamer's threads. Times are in milliseconds of
+// the medium.
 class Pipeline {
  public:
   // videoSink may be null: the picture then keeps time and is not drawn. The reference is taken
@@ -48,6 +50,8 @@ class Pipeline {
   // counting before it.
   void BeginHere();
   std::optional<std::int64_t> Position() const;
+  // Of one that has settled after a jump: the duration where nothing follows.
+  std::optional<std::int64_t> Arrival() const;
   std::optional<std::int64_t> Duration() const;
 
   // Decoded size of the current picture.
@@ -93,6 +97,7 @@ class Pipeline {
   ElementPtr text_sink_;
   BusPtr bus_;
   std::int64_t origin_ = 0;
+  std::atomic<bool> data_follow_{false};  // since the last flush
   bool reads_ahead_ = false;
   bool has_streams_ = false;  // playbin3 lists its tracks as streams
   std::map<int, Tracks> tracks_;
