@@ -137,9 +137,22 @@ TEST(Network, BitratesComeInThePlaylistsOrder) {
       "#EXT-X-STREAM-INF:AVERAGE-BANDWIDTH=1,CODECS=\"a,BANDWIDTH=2\", BANDWIDTH=700000\n" +
           Media("hls/high/index.m3u8") + "\n#EXT-X-STREAM-INF:CODECS=\"avc1\"\n" +
           Media("hls/high/index.m3u8") + "\n");
-  ASSERT_TRUE(rig.player->InitPlayer(tricky.c_str(), 0));
-  EXPECT_TRUE(rig.player->GetAvailableBitrates(&bitrates));
-  EXPECT_EQ(std::vector<unsigned int>{700000}, bitrates);
+  const std::string base = "><BaseURL>" + server.Url("clip.webm") + "</BaseURL></Representation>";
+  const std::string dash =
+      WriteFile("ladder.mpd",
+                "<MPD xmlns='urn:mpeg:dash:schema:mpd:2011' type='static' minBufferTime='PT1S'"
+                " mediaPresentationDuration='PT20S'><Period>"
+                "<AdaptationSet mimeType='video/webm'><Representation id='1' bandwidth='400000'" +
+                    base + "<Representation id='2' bandwidth='300000'" + base +
+                    "</AdaptationSet><AdaptationSet><Representation id='3' mimeType='audio/webm'"
+                    " bandwidth='64000'" +
+                    base + "</AdaptationSet></Period></MPD>");
+  for (const auto& [source, expected] :
+       {std::pair(tricky, std::vector{700000U}), {dash, {400000U, 300000U}}}) {
+    ASSERT_TRUE(rig.player->InitPlayer(source.c_str(), 0));
+    EXPECT_TRUE(rig.player->GetAvailableBitrates(&bitrates));
+    EXPECT_EQ(expected, bitrates);
+  }
 
   for (const std::string& source :
        {Media("clip.webm"), server.Url("clip.webm"), Media("hls/low/index.m3u8")}) {
