@@ -19,13 +19,6 @@ constexpr int kSteps = 40;
 constexpr long kMaxGrowthPerRound = 1 << 10;
 constexpr long kMaxNoise = 512 << 10;
 
-// Resident memory also counts what malloc and the threads' stacks happen to keep, several times as
-// much as is allowed here.
-long HeapInUse() {
-  const struct mallinfo2 info = mallinfo2();
-  return static_cast<long>(info.uordblks + info.hblkhd);
-}
-
 }  // namespace
 
 int main(int, char** argv) {
@@ -38,7 +31,7 @@ int main(int, char** argv) {
   std::thread([&server] { server.listen_after_bind(); }).detach();
   const std::string sources[] = {site + "clip.webm", Media("turned.mp4"), site + "hls/master.m3u8"};
   Rig rig;
-  // At the looks in each quarter.
+  // In each quarter. Resident memory also counts what malloc and stacks happen to keep.
   long least[] = {LONG_MAX, LONG_MAX, LONG_MAX, LONG_MAX};
   for (int round = 1; round <= rounds; ++round) {
     const std::string& source = sources[round % 3];
@@ -49,7 +42,8 @@ int main(int, char** argv) {
     if (round % (rounds / kSteps) == 0) {
       rig.player->Stop();
       rig.recorder.Clear();
-      const long heap = HeapInUse();
+      const struct mallinfo2 info = mallinfo2();
+      const long heap = static_cast<long>(info.uordblks + info.hblkhd);
       long& quarter = least[(round - 1) * 4 / rounds];
       quarter = std::min(quarter, heap);
       std::printf("%5d rounds: %6ld KiB of heap in use\n", round, heap >> 10);
