@@ -17,7 +17,7 @@ int NumberOf(const CRFManager* tuner) {
 }
 
 template <class... Arguments>
-bool Ask(const CRFManager* tuner, const char* name, Arguments... arguments) {
+bool CallOn(const CRFManager* tuner, const char* name, Arguments... arguments) {
   return Call("tuner", NumberOf(tuner), name, arguments...).success;
 }
 
@@ -38,8 +38,8 @@ bool Stage::Listens(int number) const {
 
 }  // namespace lumivex::test
 
-using lumivex::test::Ask;
 using lumivex::test::Call;
+using lumivex::test::CallOn;
 using lumivex::test::Stage;
 
 int CAppUtil::GetKelvoAppIDByPID(int pid, char* buffer, int size) {
@@ -71,25 +71,25 @@ void CRFManager::ReleaseInstance() {
 
 bool CRFManager::RegisterRFEventHandler(IEventListener* listener) {
   *reinterpret_cast<void**>(this) = listener;
-  return Ask(this, __func__, listener != nullptr);
+  return CallOn(this, __func__, listener != nullptr);
 }
 
 // clang-format off
 using Mode = CTVSHandler::LUMIVEX_SUBTITLE_MODE;
-bool CRFManager::SetSubtitleWindowSubsurface(unsigned int windowId) { return Ask(this, __func__, windowId); }
-bool CRFManager::ShowSubtitleWindow() { return Ask(this, __func__); }
-bool CRFManager::SetChType(LUMIVEX_CHANNEL_TYPE type) { return Ask(this, __func__, type); }
-bool CRFManager::TuneRFChannel(int major, int minor, int programNumber, int transportStreamId) { return Ask(this, __func__, major, minor, programNumber, transportStreamId); }
-bool CRFManager::GetNumOfMultiAudio(unsigned int* count) { return Ask(this, __func__, count); }
-bool CRFManager::GetNumOfSubtitle(unsigned int* count) { return Ask(this, __func__, count); }
-bool CRFManager::GetCurrentAudioIndex(int* index) { return Ask(this, __func__, index); }
-bool CRFManager::GetCurrentSubtitleIndex(int* index) { return Ask(this, __func__, index); }
-bool CRFManager::ChangeAudioByIndex(unsigned int index) { return Ask(this, __func__, index); }
-bool CRFManager::ChangeSubtitleByIndex(int index) { return Ask(this, __func__, index); }
-bool CRFManager::GetSubtitleMode(Mode* mode) { return Ask(this, __func__, mode); }
-bool CRFManager::SetSubtitleMode(Mode mode) { return Ask(this, __func__, mode); }
-bool CRFManager::GetSubtitleStatus(bool* shown) { return Ask(this, __func__, shown); }
-bool CRFManager::SetSubtitleStatus(bool shown) { return Ask(this, __func__, shown); }
-bool CRFManager::GetMultiAudioLanguageByIndex(unsigned int index, std::string* language) { return Ask(this, __func__, index, language); }
-bool CRFManager::GetSubtitleLanguageByIndex(unsigned int index, std::string* language) { return Ask(this, __func__, index, language); }
+bool CRFManager::SetSubtitleWindowSubsurface(unsigned int windowId) { return CallOn(this, __func__, windowId); }
+bool CRFManager::ShowSubtitleWindow() { return CallOn(this, __func__); }
+bool CRFManager::SetChType(LUMIVEX_CHANNEL_TYPE type) { return CallOn(this, __func__, type); }
+bool CRFManager::TuneRFChannel(int major, int minor, int programNumber, int transportStreamId) { return CallOn(this, __func__, major, minor, programNumber, transportStreamId); }
+bool CRFManager::GetNumOfMultiAudio(unsigned int* count) { return CallOn(this, __func__, count); }
+bool CRFManager::GetNumOfSubtitle(unsigned int* count) { return CallOn(this, __func__, count); }
+bool CRFManager::GetCurrentAudioIndex(int* index) { return CallOn(this, __func__, index); }
+bool CRFManager::GetCurrentSubtitleIndex(int* index) { return CallOn(this, __func__, index); }
+bool CRFManager::ChangeAudioByIndex(unsigned int index) { return CallOn(this, __func__, index); }
+bool CRFManager::ChangeSubtitleByIndex(int index) { return CallOn(this, __func__, index); }
+bool CRFManager::GetSubtitleMode(Mode* mode) { return CallOn(this, __func__, mode); }
+bool CRFManager::SetSubtitleMode(Mode mode) { return CallOn(this, __func__, mode); }
+bool CRFManager::GetSubtitleStatus(bool* shown) { return CallOn(this, __func__, shown); }
+bool CRFManager::SetSubtitleStatus(bool shown) { return CallOn(this, __func__, shown); }
+bool CRFManager::GetMultiAudioLanguageByIndex(unsigned int index, std::string* language) { return CallOn(this, __func__, index, language); }
+bool CRFManager::GetSubtitleLanguageByIndex(unsigned int index, std::string* language) { return CallOn(this, __func__, index, language); }
 // clang-format on

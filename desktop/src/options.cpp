@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "channel.h"
+#include "host/option_parser.h"
 
 namespace lumivex::desktop {
 namespace {

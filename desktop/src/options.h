@@ -4,7 +4,7 @@
 #include <QUrl>
 #include <string>
 
-#include "host/option_parser.h"
+#include "host/plugin_options.h"
 
 namespace lumivex::desktop {
 

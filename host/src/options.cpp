@@ -1,5 +1,7 @@
 #include "options.h"
 
+#include "host/option_parser.h"
+
 namespace lumivex::host {
 
 namespace {

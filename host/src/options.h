@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "host/option_parser.h"
+#include "host/plugin_options.h"
 
 namespace lumivex::host {
 

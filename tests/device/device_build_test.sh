@@ -8,7 +8,7 @@ set -euo pipefail
 # device are started. The options choose the compiler of the device build.
 build=$1 work=$2 host=$3
 shift 3
-options=(-DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr "$@")
+options=(-DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_UNITY_BUILD=ON "$@")
 source=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 sdk=$work/sdk device=$work/device image=$work/image
 export LC_ALL=C.UTF-8 # cpack reads no other characters in a path in "C"

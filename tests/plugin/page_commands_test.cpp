@@ -8,9 +8,9 @@
 namespace lumivex::test {
 namespace {
 
-using Commands = PluginTest;
+using PageCommands = PluginTest;
 
-TEST_F(Commands, ReportTheSpeedThatWasLastAccepted) {
+TEST_F(PageCommands, ReportTheSpeedThatWasLastAccepted) {
   Open();
   const Json get = Request(kPlayer, "GetPlaybackSpeed");
   Compare(get);
@@ -23,7 +23,7 @@ TEST_F(Commands, ReportTheSpeedThatWasLastAccepted) {
   EXPECT_EQ(Send(get), Ok("double 2"));
 }
 
-TEST_F(Commands, ConvertNumbersAndNeverRefuseThem) {
+TEST_F(PageCommands, ConvertNumbersAndNeverRefuseThem) {
   Open();
   for (const Json& value :
        {Json(900), Json(-1500.7), Json(3e9), Json(-std::numeric_limits<double>::infinity()),
@@ -39,7 +39,7 @@ TEST_F(Commands, ConvertNumbersAndNeverRefuseThem) {
               testing::Contains(R"(player 14("PROPERTY_REQUEST_CHALLENGE_DATA", "", 0))"));
 }
 
-TEST_F(Commands, TakeTrackTypesAndDrmPropertiesByNumber) {
+TEST_F(PageCommands, TakeTrackTypesAndDrmPropertiesByNumber) {
   Open();
   for (const int type : {0, 1, 2, 3, 4, 5, 7, -1, INT32_MIN, INT32_MAX}) {
     Compare({{"moduleName", kPlayer}, {"command", "GetNumOfTracks"}, {"trackType", type}});
@@ -49,7 +49,7 @@ TEST_F(Commands, TakeTrackTypesAndDrmPropertiesByNumber) {
   }
 }
 
-TEST_F(Commands, PassOnTextsWithUnusualBytes) {
+TEST_F(PageCommands, PassOnTextsWithUnusualBytes) {
   Open();
   for (const std::string& text :
        {std::string("de\0-AT", 6), std::string(), std::string("\xff\xfe"), std::string("\xc3\xbc"),
@@ -64,7 +64,7 @@ TEST_F(Commands, PassOnTextsWithUnusualBytes) {
   Compare(Request(kPlayer, "SetTimedTextSource", R"({"URI": "%s%n \u00fc"})"));
 }
 
-TEST_F(Commands, ListBitratesInOneText) {
+TEST_F(PageCommands, ListBitratesInOneText) {
   Open();
   const Json request = Request(kPlayer, "GetAvailableBitrates");
   for (const std::vector<unsigned int>& bitrates :
@@ -77,7 +77,7 @@ TEST_F(Commands, ListBitratesInOneText) {
   EXPECT_EQ(journal_.TakeEntries().back().format, "The bitrates[%d] is %lu");
 }
 
-TEST_F(Commands, ObtainTheTunerWhateverTheyLack) {
+TEST_F(PageCommands, ObtainTheTunerWhateverTheyLack) {
   for (const char* command : {"SetChannelType", "TuneRFChannel"}) {
     Stage::Reset();
     Open();

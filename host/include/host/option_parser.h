@@ -2,24 +2,11 @@
 #define HOST_OPTION_PARSER_H_
 
 #include <CLI/CLI.hpp>
-#include <set>
 #include <string>
 
+#include "host/plugin_options.h"
+
 namespace lumivex::host {
-
-inline constexpr int kWrongUsage = 64;  // exit status of every program
-
-// Opens /dev/null for each standard stream that is closed, so that no other file gets its
-// descriptor. Call it first in main.
-void OpenStandardStreams();
-
-// Options of every program that loads the plug-in.
-struct PluginOptions {
-  std::string plugin;            // absolute
-  std::string sysroot;           // absolute; empty: none
-  std::set<std::string> denied;  // module names without the privilege
-  std::string log_level;         // empty: none
-};
 
 // Reads a program's command line. If an option is repeated, the last one counts.
 class OptionParser : public CLI::App {

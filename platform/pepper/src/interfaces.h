@@ -6,10 +6,9 @@
 #include "ppapi/c/ppb_messaging.h"
 #include "ppapi/c/ppb_var.h"
 #include "ppapi/c/ppb_var_dictionary.h"
+#include "ppapi/cpp/module.h"
 
 namespace pp {
-
-class Module;
 
 // The browser's tables that this library calls. A table that the browser lacks is null, and what
 // needs it returns its failure value.
