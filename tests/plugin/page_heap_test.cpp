@@ -57,9 +57,9 @@ void operator delete(void* block, std::size_t) noexcept {
 namespace lumivex::test {
 namespace {
 
-using Heap = PluginTest;
+using PageHeap = PluginTest;
 
-TEST_F(Heap, TheLibraryFreesEverything) {
+TEST_F(PageHeap, TheLibraryFreesEverything) {
   Open();
   EXPECT_EQ(Send(Request(kTuner, "SetChannelType", R"({"channelType": 0})")), Ok("true"));
   EXPECT_GT(blocks_of_library, 0);
