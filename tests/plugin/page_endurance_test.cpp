@@ -19,13 +19,15 @@
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes();  // in no header of the compiler's
+constexpr int kRounds = 10;  // slow ones
+#else
+constexpr int kRounds = 30;
 #endif
 
 namespace lumivex::test {
 namespace {
 
 constexpr int kElements = 3;
-constexpr int kRounds = 30;
 constexpr int kEvents = 100;  // of a kind, for an element each time that it is used
 
 // Bytes by which the heap may grow from the first half of the time to the end, and while elements
