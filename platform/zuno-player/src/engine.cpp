@@ -92,13 +92,16 @@ class Engine::Turn {
   bool granted_ = false;
 };
 
-// The lock and the turn of an operation, which begins with what the bus has to say.
+// The lock and the turn of an operation. What the bus has to say comes first, as if the operation
+// had not begun.
 class Engine::Operation {
  public:
   explicit Operation(Engine* engine)
-      : lock_(engine->mutex_), turn_(engine, &lock_, Holder::kOperation) {
+      : lock_(engine->mutex_), turn_(engine, &lock_, Holder::kControl) {
     if (turn_) {
       engine->DrainBus(&lock_);
+      engine->holder_ = Holder::kOperation;
+      engine->changed_.notify_all();
     }
   }
   explicit operator bool() const { return static_cast<bool>(turn_); }
@@ -167,21 +170,11 @@ bool Engine::Open(const std::string& source, unsigned int offset_ms) {
   }
   CloseMedium(operation.lock());
   state_ = State::kEmpty;
-  uri_.clear();
   if (!cues_for_next_medium_) {
     cues_.Load(std::nullopt);
   }
-  cues_for_next_medium_ = false;
-  const std::optional<std::string> uri = SourceUri(source);
-  if (!uri) {
-    return false;
-  }
-  uri_ = *uri;
-  if (!IsReadable(uri_)) {
-    Fail(operation.lock(), kMessageSourceError, "not a file that can be read");
-    return false;
-  }
-  return OpenSource(operation.lock(), offset_ms);
+  uri_ = SourceUri(source).value_or("");
+  return !uri_.empty() && OpenSource(operation.lock(), offset_ms);
 }
 
 bool Engine::OpenSource(Lock* lock, unsigned int offset_ms) {
@@ -191,7 +184,13 @@ bool Engine::OpenSource(Lock* lock, unsigned int offset_ms) {
   text_chosen_ = false;
   adaptive_ = false;
   bitrates_.clear();
+  full_ = gst_util_seqnum_next();
   cues_.Restart(offset_ms);
+  cues_for_next_medium_ = false;
+  if (!IsReadable(uri_)) {
+    Fail(lock, kMessageSourceError, "not a file that can be read");
+    return false;
+  }
   if (window_id_ > 0) {
     window_ = VideoWindow::Create(window_id_, place_);
   }
@@ -323,7 +322,7 @@ bool Engine::MoveTo(Lock* lock, std::int64_t msec, float speed) {
   } else if (state_ == State::kPlaying && !buffering_) {
     Unlocked(lock, &Pipeline::Play);
   }
-  return jump == Jump::kArrived;
+  return jump == Jump::kArrived && pipeline_ != nullptr;
 }
 
 Engine::Jump Engine::JumpTo(Lock* lock, std::int64_t msec, float speed) {
@@ -339,6 +338,7 @@ Engine::Jump Engine::JumpTo(Lock* lock, std::int64_t msec, float speed) {
   if (pipeline_ == nullptr || !left) {
     return Jump::kRefused;
   }
+  DropEvents({kPosition});  // of before
   // Not every demultiplexer goes where it is told, and a medium may end before its duration says.
   last_position_ms_ = Unlocked(lock, &Pipeline::Arrival).value_or(msec);
   ReportFilled();
@@ -491,8 +491,9 @@ void Engine::SetPlace(const Rect& place) {
   // A picture that stands still is made again, for the new size.
   const Turn turn(this, &lock, Holder::kOperation);
   if (turn && pipeline_ != nullptr && (state_ == State::kReady || state_ == State::kPaused)) {
-    const std::int64_t position = CurrentPosition();
-    Unlocked(&lock, [&](Pipeline* pipeline) { return pipeline->Seek(position, speed_); });
+    Unlocked(&lock, [position = last_position_ms_, speed = speed_](Pipeline* pipeline) {
+      return pipeline->IsSeekable() && pipeline->Seek(position, speed);
+    });
   }
 }
 
@@ -541,13 +542,7 @@ std::int64_t Engine::CurrentPosition() {
 void Engine::CloseMedium(Lock* lock) {
   EndBuffering();
   // What the closed medium still had to say is of no use; errors and DRM data are.
-  events_.erase(std::remove_if(events_.begin(), events_.end(),
-                               [](const Event& event) {
-                                 return event.id == kPosition || event.id == kMessageTimedText ||
-                                        event.id == kMessageResolution ||
-                                        event.id == kMessageEndOfStream;
-                               }),
-                events_.end());
+  DropEvents({kPosition, kMessageTimedText, kMessageResolution, kMessageEndOfStream});
   size_.reset();
   EndTexts();
   const std::shared_ptr<Pipeline> pipeline = std::move(pipeline_);
@@ -558,6 +553,13 @@ void Engine::CloseMedium(Lock* lock) {
     pipeline->Close(adaptive);
     lock->lock();
   }
+}
+
+void Engine::DropEvents(std::initializer_list<int> ids) {
+  const auto dropped = [ids](const Event& event) {
+    return std::find(ids.begin(), ids.end(), event.id) != ids.end();
+  };
+  events_.erase(std::remove_if(events_.begin(), events_.end(), dropped), events_.end());
 }
 
 void Engine::Fail(Lock* lock, Message error, const std::string& why) {
@@ -635,18 +637,17 @@ void Engine::Handle(Lock* lock, GstMessage* message) {
 
 void Engine::HandleBuffering(Lock* lock, int percent, guint32 number) {
   if (percent >= 100) {
+    const bool ends = buffering_;
     full_ = number;
-  }
-  // A smaller percentage that is older comes from another thread, too late, and none follows it.
-  if ((!buffering_ && percent >= 100) || gst_util_seqnum_compare(number, full_) < 0) {
-    return;
-  }
-  if (percent >= 100) {
     EndBuffering();
-    if (IsAdvancing()) {  // a jump under way starts it itself
+    if (ends && IsAdvancing()) {  // a jump under way starts it itself
       next_report_ = Clock::now() + kReportInterval;
       Unlocked(lock, &Pipeline::Play);
     }
+    return;
+  }
+  // The download buffer has two threads: one may say too late that it was not full yet.
+  if (gst_util_seqnum_compare(number, full_) < 0) {
     return;
   }
   if (!buffering_) {
@@ -671,7 +672,8 @@ void Engine::CheckForStall(Lock* lock) {
 }
 
 void Engine::HandleEndOfStream(Lock* lock) {
-  if (state_ != State::kPlaying && state_ != State::kPaused) {
+  // An operation pauses before it jumps: an end comes from before the jump then.
+  if ((state_ != State::kPlaying && state_ != State::kPaused) || holder_ == Holder::kOperation) {
     return;
   }
   EndBuffering();

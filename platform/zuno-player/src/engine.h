@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -120,6 +121,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   bool WaitUntilSettled(Lock* lock, Clock::duration limit, Clock::duration quiet_limit);
   void CloseMedium(Lock* lock);
   void Fail(Lock* lock, Message error, const std::string& why);
+  void DropEvents(std::initializer_list<int> ids);
   void EndBuffering();
   void ReportFilled();
   bool IsLoaded() const;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "dlog.h"
 #include "handover.h"
 #include "source.h"
 
@@ -65,7 +66,7 @@ GstElement* ParseBin(const char* description) {
                                                         GST_PARSE_FLAG_FATAL_ERRORS, &error);
   const ErrorPtr owned(error);
   if (error != nullptr) {
-    g_printerr("zuno-player: \"%s\": %s\n", description, error->message);
+    __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "ZUNO_PLAYER", "\"%s\": %s", description, error->message);
   }
   return bin;
 }

@@ -86,7 +86,7 @@ bool IsReadable(const std::string& uri) {
 }
 
 bool NamesPlaylist(const std::string& uri) {
-  return g_regex_match_simple("\\.(m3u8|mpd)\\b", uri.c_str(), G_REGEX_CASELESS,
+  return g_regex_match_simple("\\.(m3u8|mpd)\\b(?!/)", uri.c_str(), G_REGEX_CASELESS,
                               GRegexMatchFlags{}) != FALSE;
 }
 
@@ -133,13 +133,11 @@ std::optional<std::string> FetchText(const std::string& uri,
     const SamplePtr sample(gst_app_sink_try_pull_sample(GST_APP_SINK(sink), 20 * GST_MSECOND));
     if (sample != nullptr) {
       text += handover::TextOf(gst_sample_get_buffer(sample.get()));
-      continue;
-    }
-    const MessagePtr error(gst_bus_pop_filtered(bus.get(), GST_MESSAGE_ERROR));
-    if (error != nullptr) {
+    } else if (MessagePtr(gst_bus_pop_filtered(bus.get(), GST_MESSAGE_ERROR)) != nullptr) {
       break;
+    } else {
+      complete = gst_app_sink_is_eos(GST_APP_SINK(sink)) != FALSE;
     }
-    complete = gst_app_sink_is_eos(GST_APP_SINK(sink)) != FALSE;
   }
   gst_element_set_state(pipeline.get(), GST_STATE_NULL);
   return complete ? std::optional<std::string>(text) : std::nullopt;
