@@ -19,7 +19,7 @@
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes();  // in no header of the compiler's
-constexpr int kRounds = 10;  // slow ones
+constexpr int kRounds = 10;                                        // slow ones
 #else
 constexpr int kRounds = 30;
 #endif
