@@ -286,6 +286,8 @@ void Pipeline::TakeTracks(GstMessage* message) {
         tracks.streams.emplace_back(GST_STREAM(gst_object_ref(stream)));
       }
     }
+    const auto count = static_cast<int>(tracks.streams.size());
+    tracks.current = tracks.current < count ? tracks.current : 0;
   }
 }
 
