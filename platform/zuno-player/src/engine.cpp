@@ -425,13 +425,11 @@ bool Engine::SelectTrack(int stream_type, int index) {
   if (!pipeline_->SelectTrack(stream_type, index) || !Unlocked(operation.lock(), apply)) {
     return false;
   }
-  if (stream_type == kStreamText) {
-    text_chosen_ = true;
-    // Texts of the track before are on their way, and the new one's next may have been passed.
-    if (state_ != State::kEnded) {
-      cues_.Restart(last_position_ms_);
-      MoveTo(operation.lock(), last_position_ms_, speed_);
-    }
+  text_chosen_ = text_chosen_ || stream_type == kStreamText;
+  // Texts of the track before are on their way, and the new one's next may have been passed.
+  if (stream_type == kStreamText && state_ != State::kEnded) {
+    cues_.Restart(last_position_ms_);
+    MoveTo(operation.lock(), last_position_ms_, speed_);
   }
   return pipeline_ != nullptr;
 }

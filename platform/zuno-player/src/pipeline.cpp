@@ -240,10 +240,8 @@ std::optional<std::int64_t> Pipeline::Position() const {
     gst_element_query_position(sink, GST_FORMAT_TIME, &own);
     position = std::max(position, own);
   }
-  if (position < 0) {
-    return std::nullopt;
-  }
-  return std::max<std::int64_t>(position / GST_MSECOND - origin_, 0);
+  return position < 0 ? std::nullopt
+                      : std::optional(std::max<std::int64_t>(position / GST_MSECOND - origin_, 0));
 }
 
 std::optional<std::int64_t> Pipeline::Arrival() const {
@@ -338,6 +336,10 @@ bool Pipeline::SelectTrack(int type, int index) {
 bool Pipeline::ApplySelection(int type) {
   if (!has_streams_) {
     const Tracks& tracks = tracks_.at(type);
+    // Texts that flow while playbin changes over may lose their beginning. A jump follows.
+    if (tracks.kind->stream_type == GST_STREAM_TYPE_TEXT) {
+      Pause();
+    }
     const std::string current = std::string("current-") + tracks.kind->word;
     g_object_set(playbin_.get(), current.c_str(), tracks.current, nullptr);
     return true;
