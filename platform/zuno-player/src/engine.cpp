@@ -39,14 +39,7 @@ constexpr float kSlowest = 1.0F / 16;
 constexpr float kFastest = 16;
 constexpr std::size_t kTextFileLimit = std::size_t{8} << 20U;
 
-constexpr int kStreamText = 4;
 constexpr int kStreamTimedText = 5;
-
-// A timed text file, local or from a server.
-std::optional<std::string> ReadTextFile(const std::string& source) {
-  const std::optional<std::string> uri = SourceUri(source);
-  return uri && IsReadable(*uri) ? FetchText(*uri, kTextFileLimit, kFetchLimit) : std::nullopt;
-}
 
 // "film.deu.srt" states its language, "film.srt" does not.
 std::string LanguageInName(const std::string& name) {
@@ -285,9 +278,7 @@ bool Engine::Stop() {
     return false;
   }
   CloseMedium(operation.lock());
-  if (state_ != State::kEmpty) {
-    state_ = State::kStopped;
-  }
+  state_ = state_ == State::kEmpty ? State::kEmpty : State::kStopped;
   return true;
 }
 
@@ -426,10 +417,11 @@ bool Engine::SelectTrack(int stream_type, int index) {
     return false;
   }
   text_chosen_ = text_chosen_ || stream_type == kStreamText;
-  // Texts of the track before are on their way, and the new one's next may have been passed.
   if (stream_type == kStreamText && state_ != State::kEnded) {
     cues_.Restart(last_position_ms_);
-    MoveTo(operation.lock(), last_position_ms_, speed_);
+    if (pipeline_->has_streams()) {  // the new track's next text may have been passed
+      MoveTo(operation.lock(), last_position_ms_, speed_);
+    }
   }
   return pipeline_ != nullptr;
 }
@@ -454,7 +446,8 @@ bool Engine::DescribeTrack(int stream_type,
 }
 
 bool Engine::LoadCues(const std::string& source) {
-  const std::optional<std::string> text = ReadTextFile(source);
+  const std::string uri = SourceUri(source).value_or("");
+  const auto text = IsReadable(uri) ? FetchText(uri, kTextFileLimit, kFetchLimit) : std::nullopt;
   std::optional<std::vector<Cue>> cues = text ? ParseCues(*text) : std::nullopt;
   if (!cues) {
     return false;
@@ -709,20 +702,18 @@ void Engine::ReportPosition(Lock* lock) {
 }
 
 void Engine::SendTexts() {
-  if (!IsLoaded()) {
-    return;
+  if (IsLoaded()) {
+    PushTexts(CurrentPosition(), text_chosen_ ? pipeline_->TakeTexts() : std::vector<Cue>());
   }
-  PushTexts(
-      cues_.TakeDue(CurrentPosition(), text_chosen_ ? pipeline_->TakeTexts() : std::vector<Cue>()));
 }
 
 void Engine::EndTexts() {
   cues_.Restart(kOpenEnd);
-  PushTexts(cues_.TakeDue(0, {}));
+  PushTexts(0, {});
 }
 
-void Engine::PushTexts(std::vector<std::string> texts) {
-  for (std::string& text : texts) {
+void Engine::PushTexts(std::int64_t position_ms, const std::vector<Cue>& arrived) {
+  for (std::string& text : cues_.TakeDue(position_ms, arrived)) {
     Push({kMessageTimedText, true, 0, std::move(text)});
   }
 }

@@ -137,7 +137,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void ReportPosition(Lock* lock);
   void SendTexts();
   void EndTexts();
-  void PushTexts(std::vector<std::string> texts);
+  void PushTexts(std::int64_t position_ms, const std::vector<Cue>& arrived);
 
   void Run();
   void Tick(Lock* lock);

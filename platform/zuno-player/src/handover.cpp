@@ -72,4 +72,8 @@ Cue CueOf(GstSample* sample) {
   return cue;
 }
 
+int TrackOf(GstSample* sample) {
+  return static_cast<int>(GST_BUFFER_OFFSET(gst_sample_get_buffer(sample)));
+}
+
 }  // namespace zuno::handover

@@ -23,6 +23,8 @@ std::pair<Message, std::string> ErrorOf(GstMessage* message, bool network);
 std::string TextOf(GstBuffer* buffer);
 // The text of a sample, in time of the medium.
 Cue CueOf(GstSample* sample);
+// The number that its buffer carries for an offset.
+int TrackOf(GstSample* sample);
 
 }  // namespace zuno::handover
 

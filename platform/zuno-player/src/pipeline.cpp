@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "dlog.h"
 #include "handover.h"
@@ -44,15 +45,22 @@ std::string LanguageOf(const GstTagList* tags) {
   return three == nullptr ? code : three;
 }
 
-// Whether the medium says that its pictures lie on their side.
-bool IsTurned(GstPad* pad) {
-  GstVideoOrientationMethod method = GST_VIDEO_ORIENTATION_IDENTITY;
+// What came through the pad with the stream.
+TagListPtr TagsOf(GstPad* pad) {
+  TagListPtr all(gst_tag_list_new_empty());
   for (guint i = 0; GstEvent* event = gst_pad_get_sticky_event(pad, GST_EVENT_TAG, i); ++i) {
     GstTagList* tags = nullptr;
     gst_event_parse_tag(event, &tags);
-    gst_video_orientation_from_tag(tags, &method);
+    gst_tag_list_insert(all.get(), tags, GST_TAG_MERGE_REPLACE);
     gst_event_unref(event);
   }
+  return all;
+}
+
+// Whether the medium says that its pictures lie on their side.
+bool IsTurned(GstPad* pad) {
+  GstVideoOrientationMethod method = GST_VIDEO_ORIENTATION_IDENTITY;
+  gst_video_orientation_from_tag(TagsOf(pad).get(), &method);
   return method == GST_VIDEO_ORIENTATION_90R || method == GST_VIDEO_ORIENTATION_90L ||
          method == GST_VIDEO_ORIENTATION_UL_LR || method == GST_VIDEO_ORIENTATION_UR_LL;
 }
@@ -84,11 +92,10 @@ GstElement* MakeAudioSink() {
 // the sinks stand still, the flush would then wait for it for ever. So all may wait (0) meanwhile.
 constexpr guint kQueuedBuffers = 3;
 void LimitQueues(GstBin* playbin, guint buffers) {
-  for (const char* name : {"aqueue", "vqueue", "subqueue"}) {
+  for (const char* name : {"aqueue", "vqueue"}) {
     const ElementPtr queue(gst_bin_get_by_name(playbin, name));
     if (queue != nullptr) {
-      g_object_set(queue.get(), "max-size-buffers", buffers, "max-size-bytes", 0U, "max-size-time",
-                   guint64{0}, nullptr);
+      g_object_set(queue.get(), "max-size-buffers", buffers, nullptr);
     }
   }
 }
@@ -97,12 +104,21 @@ void OnElementAdded(GstBin* playbin, GstBin* /*bin*/, GstElement* element, void*
   const CharPtr name(gst_element_get_name(element));
   if (g_str_has_prefix(name.get(), "aqueue") != FALSE) {
     LimitQueues(playbin, kQueuedBuffers);
-  } else if (g_str_has_prefix(name.get(), "inputselector") != FALSE) {
-    // Texts that are not selected wait for the clock, which they also do while all is taken down.
-    gint mode = 0;
-    g_object_get(element, "sync-mode", &mode, nullptr);
-    g_object_set(element, "sync-streams", mode == 0, nullptr);
   }
+}
+
+// The texts of all tracks come to one sink, each with its track's number for an offset. playbin's
+// own way, a switch between them, loses texts and hangs now and then.
+GstPadProbeReturn OnText(GstPad* /*pad*/, GstPadProbeInfo* info, gpointer track) {
+  GstBuffer* buffer = gst_buffer_make_writable(gst_pad_probe_info_get_buffer(info));
+  GST_BUFFER_OFFSET(buffer) = static_cast<guint64>(GPOINTER_TO_INT(track));
+  info->data = buffer;
+  return GST_PAD_PROBE_OK;
+}
+
+void OnTextTrack(GstElement* funnel, GstPad* pad, void* /*data*/) {
+  gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, OnText,
+                    GINT_TO_POINTER(funnel->numsinkpads - 1), nullptr);
 }
 
 // A sink comes to rest at the end as well as at data.
@@ -127,15 +143,14 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   // Other speeds than 1 keep the pitch of the sound.
   ElementPtr tempo(ParseBin("audioconvert ! scaletempo"));
   ElementPtr text(gst_element_factory_make("appsink", nullptr));
+  ElementPtr texts(gst_element_factory_make("funnel", nullptr));
   ElementPtr playbin(gst_element_factory_make(streams ? "playbin3" : "playbin", nullptr));
-  for (GstElement* element : {video.get(), audio.get(), tempo.get(), text.get(), playbin.get()}) {
-    if (element != nullptr) {
-      gst_object_ref_sink(element);
+  for (GstElement* element :
+       {video.get(), audio.get(), tempo.get(), text.get(), texts.get(), playbin.get()}) {
+    if (element == nullptr) {
+      return nullptr;
     }
-  }
-  if (playbin == nullptr || video == nullptr || audio == nullptr || tempo == nullptr ||
-      text == nullptr) {
-    return nullptr;
+    gst_object_ref_sink(element);
   }
   // Texts nobody takes must not hold up the stream.
   g_object_set(text.get(), "sync", TRUE, "max-buffers", 16U, "drop", TRUE, nullptr);
@@ -143,7 +158,9 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
                kPlayVideo | kPlayAudio | kPlayText | kPlayNativeVideo | kPlayDeinterlace |
                    (reads_ahead ? kPlayDownload | kPlayBuffering : 0),
                "video-sink", video.get(), "audio-sink", audio.get(), "audio-filter", tempo.get(),
-               "text-sink", text.get(), nullptr);
+               "text-sink", text.get(), streams ? nullptr : "text-stream-combiner", texts.get(),
+               nullptr);
+  g_signal_connect(texts.get(), "pad-added", G_CALLBACK(OnTextTrack), nullptr);
   g_signal_connect(playbin.get(), "source-setup", G_CALLBACK(SetUpSource), nullptr);
   g_signal_connect(playbin.get(), "deep-element-added", G_CALLBACK(OnElementAdded), nullptr);
 
@@ -165,23 +182,6 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
   return pipeline;
 }
 
-// A type of tracks, and the word for it in playbin's names.
-struct Pipeline::Kind {
-  int type;
-  const char* word;
-  const char* codec_tag;
-  GstStreamType stream_type;
-};
-
-Pipeline::Pipeline() {
-  static constexpr Kind kKinds[] = {{1, "audio", GST_TAG_AUDIO_CODEC, GST_STREAM_TYPE_AUDIO},
-                                    {3, "video", GST_TAG_VIDEO_CODEC, GST_STREAM_TYPE_VIDEO},
-                                    {4, "text", GST_TAG_SUBTITLE_CODEC, GST_STREAM_TYPE_TEXT}};
-  for (const Kind& kind : kKinds) {
-    tracks_[kind.type] = {&kind, {}, 0};
-  }
-}
-
 Pipeline::~Pipeline() {
   Close(false);
 }
@@ -195,16 +195,12 @@ void Pipeline::Close(bool adaptive) {
   gst_element_set_state(playbin_.get(), GST_STATE_NULL);
 }
 
-bool Pipeline::SetState(GstState state) {
-  return gst_element_set_state(playbin_.get(), state) != GST_STATE_CHANGE_FAILURE;
-}
-
 bool Pipeline::Pause() {
-  return SetState(GST_STATE_PAUSED);
+  return gst_element_set_state(playbin_.get(), GST_STATE_PAUSED) != GST_STATE_CHANGE_FAILURE;
 }
 
 bool Pipeline::Play() {
-  return SetState(GST_STATE_PLAYING);
+  return gst_element_set_state(playbin_.get(), GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE;
 }
 
 bool Pipeline::Settles(std::chrono::milliseconds limit) const {
@@ -216,15 +212,14 @@ bool Pipeline::Settles(std::chrono::milliseconds limit) const {
 bool Pipeline::IsSeekable() const {
   const QueryPtr query(gst_query_new_seeking(GST_FORMAT_TIME));
   gboolean seekable = FALSE;
-  if (gst_element_query(playbin_.get(), query.get()) == FALSE) {
-    return false;
-  }
+  gst_element_query(playbin_.get(), query.get());
   gst_query_parse_seeking(query.get(), nullptr, &seekable, nullptr, nullptr);
   return seekable != FALSE;
 }
 
 bool Pipeline::Seek(std::int64_t msec, double speed) {
   constexpr auto kFlags = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE);
+  texts_.clear();
   LimitQueues(GST_BIN(playbin_.get()), 0);
   const bool left =
       gst_element_seek(playbin_.get(), speed, GST_FORMAT_TIME, kFlags, GST_SEEK_TYPE_SET,
@@ -254,11 +249,8 @@ void Pipeline::BeginHere() {
 
 std::optional<std::int64_t> Pipeline::Duration() const {
   gint64 duration = -1;
-  if (gst_element_query_duration(playbin_.get(), GST_FORMAT_TIME, &duration) == FALSE ||
-      duration <= 0) {
-    return std::nullopt;
-  }
-  return duration / GST_MSECOND;
+  gst_element_query_duration(playbin_.get(), GST_FORMAT_TIME, &duration);
+  return duration > 0 ? std::optional(duration / GST_MSECOND) : std::nullopt;
 }
 
 std::optional<Size> Pipeline::Resolution() const {
@@ -280,8 +272,8 @@ void Pipeline::TakeTracks(GstMessage* message) {
     tracks.streams.clear();
     for (guint i = 0; i < gst_stream_collection_get_size(raw_collection); ++i) {
       GstStream* stream = gst_stream_collection_get_stream(raw_collection, i);
-      if ((gst_stream_get_stream_type(stream) & tracks.kind->stream_type) != 0) {
-        tracks.streams.emplace_back(GST_STREAM(gst_object_ref(stream)));
+      if ((gst_stream_get_stream_type(stream) & tracks.stream_type) != 0) {
+        tracks.streams.emplace_back(GST_STREAM(gst_object_ref(stream)), gst_object_unref);
       }
     }
     const auto count = static_cast<int>(tracks.streams.size());
@@ -291,7 +283,7 @@ void Pipeline::TakeTracks(GstMessage* message) {
 
 void Pipeline::TakeSelection(GstMessage* message) {
   for (guint i = 0; i < gst_message_streams_selected_get_size(message); ++i) {
-    const StreamPtr selected(gst_message_streams_selected_get_stream(message, i));
+    const StreamPtr selected(gst_message_streams_selected_get_stream(message, i), gst_object_unref);
     for (auto& [type, tracks] : tracks_) {
       const auto found = std::find(tracks.streams.begin(), tracks.streams.end(), selected);
       if (found != tracks.streams.end()) {
@@ -308,13 +300,12 @@ int Pipeline::Number(const std::string& property) const {
 }
 
 std::optional<int> Pipeline::TrackCount(int type) const {
-  const auto found = tracks_.find(type);
-  if (found == tracks_.end()) {
+  if (tracks_.count(type) == 0) {
     return std::nullopt;
   }
-  const Tracks& tracks = found->second;
+  const Tracks& tracks = tracks_.at(type);
   return has_streams_ ? static_cast<int>(tracks.streams.size())
-                      : Number(std::string("n-") + tracks.kind->word);
+                      : Number(std::string("n-") + tracks.word);
 }
 
 std::optional<int> Pipeline::CurrentTrack(int type) const {
@@ -322,7 +313,8 @@ std::optional<int> Pipeline::CurrentTrack(int type) const {
     return std::nullopt;
   }
   const Tracks& tracks = tracks_.at(type);
-  return has_streams_ ? tracks.current : Number(std::string("current-") + tracks.kind->word);
+  return has_streams_ || type == kStreamText ? tracks.current
+                                             : Number(std::string("current-") + tracks.word);
 }
 
 bool Pipeline::SelectTrack(int type, int index) {
@@ -336,12 +328,10 @@ bool Pipeline::SelectTrack(int type, int index) {
 bool Pipeline::ApplySelection(int type) {
   if (!has_streams_) {
     const Tracks& tracks = tracks_.at(type);
-    // Texts that flow while playbin changes over may lose their beginning. A jump follows.
-    if (tracks.kind->stream_type == GST_STREAM_TYPE_TEXT) {
-      Pause();
+    const std::string current = std::string("current-") + tracks.word;
+    if (type != kStreamText) {
+      g_object_set(playbin_.get(), current.c_str(), tracks.current, nullptr);
     }
-    const std::string current = std::string("current-") + tracks.kind->word;
-    g_object_set(playbin_.get(), current.c_str(), tracks.current, nullptr);
     return true;
   }
   GList* ids = nullptr;
@@ -365,27 +355,28 @@ bool Pipeline::DescribeTrack(int type,
     return false;
   }
   const Tracks& tracks = tracks_.at(type);
-  GstTagList* raw_tags = nullptr;
+  TagListPtr tags;
   if (has_streams_) {
-    raw_tags = gst_stream_get_tags(tracks.streams[static_cast<std::size_t>(index)].get());
+    tags.reset(gst_stream_get_tags(tracks.streams[static_cast<std::size_t>(index)].get()));
   } else {
-    const std::string get = std::string("get-") + tracks.kind->word + "-tags";
-    g_signal_emit_by_name(playbin_.get(), get.c_str(), index, &raw_tags);
+    GstPad* pad = nullptr;
+    const std::string get = std::string("get-") + tracks.word + "-pad";
+    g_signal_emit_by_name(playbin_.get(), get.c_str(), index, &pad);
+    tags = TagsOf(PadPtr(pad).get());
   }
-  const TagListPtr owned(raw_tags);
-  *language = LanguageOf(raw_tags);
-  *description = TagText(raw_tags, tracks.kind->codec_tag);
-  const std::string title = TagText(raw_tags, GST_TAG_TITLE);
+  *language = LanguageOf(tags.get());
+  *description = TagText(tags.get(), tracks.codec_tag);
+  const std::string title = TagText(tags.get(), GST_TAG_TITLE);
   *description += (description->empty() || title.empty() ? "" : ", ") + title;
   return true;
 }
 
 std::vector<Cue> Pipeline::TakeTexts() {
-  std::vector<Cue> texts;
+  const int current = tracks_.at(kStreamText).current;
   while (true) {
     const SamplePtr sample(gst_app_sink_try_pull_sample(GST_APP_SINK(text_sink_.get()), 0));
     if (sample == nullptr) {
-      return texts;
+      return std::exchange(texts_[current], {});
     }
     const GstCaps* caps = gst_sample_get_caps(sample.get());
     const GstStructure* structure = caps == nullptr ? nullptr : gst_caps_get_structure(caps, 0);
@@ -396,10 +387,15 @@ std::vector<Cue> Pipeline::TakeTexts() {
     Cue cue = handover::CueOf(sample.get());
     cue.start_ms -= origin_;
     cue.end_ms -= cue.end_ms == kOpenEnd ? 0 : origin_;
-    texts.push_back(std::move(cue));
     if (g_strcmp0(gst_structure_get_string(structure, "format"), "pango-markup") == 0) {
-      texts.back().text = StripMarkup(texts.back().text);
+      cue.text = StripMarkup(cue.text);
     }
+    const int track = has_streams_ ? current : handover::TrackOf(sample.get());
+    std::vector<Cue>& texts = texts_[track];
+    if (track != current) {
+      texts.clear();  // a change of track finds the one that shows then
+    }
+    texts.push_back(std::move(cue));
   }
 }
 

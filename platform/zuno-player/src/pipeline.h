@@ -15,6 +15,8 @@
 
 namespace zuno {
 
+constexpr int kStreamText = 4;
+
 struct Size {
   int width;
   int height;
@@ -68,27 +70,30 @@ class Pipeline {
   // of codec and title.
   bool DescribeTrack(int type, int index, std::string* language, std::string* description) const;
 
-  // Cues of the current text track that have begun since the last call.
+  // Cues of the current text track that have begun since the last call, or the last one that has,
+  // after a change of track.
   std::vector<Cue> TakeTexts();
 
   // What the bus tells of tracks.
   void TakeTracks(GstMessage* message);
   void TakeSelection(GstMessage* message);
 
+  // Whether a change of text waits for a jump.
+  bool has_streams() const { return has_streams_; }
   // Whether it has a buffer that fills before it plays, of which the bus tells.
   bool reads_ahead() const { return reads_ahead_; }
   GstBus* bus() const { return bus_.get(); }
 
  private:
-  struct Kind;
   struct Tracks {
-    const Kind* kind;
+    const char* word;  // in playbin's names
+    const char* codec_tag;
+    GstStreamType stream_type;
     std::vector<StreamPtr> streams;  // of playbin3
     int current;
   };
 
-  Pipeline();
-  bool SetState(GstState state);
+  Pipeline() = default;
   int Number(const std::string& property) const;
 
   ElementPtr playbin_;
@@ -100,7 +105,11 @@ class Pipeline {
   std::atomic<bool> data_follow_{false};  // since the last flush
   bool reads_ahead_ = false;
   bool has_streams_ = false;  // playbin3 lists its tracks as streams
-  std::map<int, Tracks> tracks_;
+  std::map<int, Tracks> tracks_ = {
+      {1, {"audio", GST_TAG_AUDIO_CODEC, GST_STREAM_TYPE_AUDIO, {}, 0}},
+      {3, {"video", GST_TAG_VIDEO_CODEC, GST_STREAM_TYPE_VIDEO, {}, 0}},
+      {kStreamText, {"text", GST_TAG_SUBTITLE_CODEC, GST_STREAM_TYPE_TEXT, {}, 0}}};
+  std::map<int, std::vector<Cue>> texts_;  // by track, not taken yet
 };
 
 }  // namespace zuno

@@ -106,17 +106,15 @@ class ZunoPlayer final : public IZunoPlayer {
     const std::optional<std::string> value = TextOf(data, dataLength);
     const bool is_text = value && value->find('\0') == std::string::npos;
     bool accepted = value.has_value();
-    if (property == "PROPERTY_REQUEST_CHALLENGE_DATA") {
-      if (value) {
-        engine_->PostData(kMessageDrmData, "zuno-player has no DRM; challenge for: " + *value);
-      }
+    if (value && property == "PROPERTY_REQUEST_CHALLENGE_DATA") {
+      engine_->PostData(kMessageDrmData, "zuno-player has no DRM; challenge for: " + *value);
     } else if (property == "PROPERTY_SET_DRM_LICENSE") {
       accepted = value && !value->empty();
     } else if (property == "PROPERTY_LICENSE_SERVER") {
       accepted = is_text && IsNetworkUri(*value);
     } else if (property == "PROPERTY_WMDRM_COOKIE") {
       accepted = is_text;
-    } else {
+    } else if (property != "PROPERTY_REQUEST_CHALLENGE_DATA") {
       return kUnknownProperty;
     }
     return accepted ? kAccepted : kBadData;
