@@ -246,7 +246,11 @@ TEST(Tracks, ASwitchOfTextIsSeenAtOnce) {
   ASSERT_TRUE(rig.recorder.WaitFor(kTimedText, 3, Patience(1000)));
   std::vector<std::string> texts = rig.recorder.Texts();
   texts.erase(std::remove(texts.begin(), texts.end(), ""), texts.end());
-  EXPECT_EQ((std::vector<std::string>{"One 1", "Eins 1"}), texts);
+  ASSERT_EQ(2U, texts.size());
+  // Of the same second, unless the machine is late.
+  EXPECT_EQ("One ", texts[0].substr(0, 4));
+  EXPECT_EQ("Eins ", texts[1].substr(0, 5));
+  EXPECT_LT(std::stoi(texts[1].substr(5)) - std::stoi(texts[0].substr(4)), Slack(1));
   // One that is not selected holds up nothing.
   ASSERT_TRUE(rig.PlayFile(medium) && rig.WaitForPosition(300) && rig.player->Seek(3000));
   const auto begin = TestClock::now();
