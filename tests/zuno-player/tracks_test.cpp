@@ -247,10 +247,10 @@ TEST(Tracks, ASwitchOfTextIsSeenAtOnce) {
   std::vector<std::string> texts = rig.recorder.Texts();
   texts.erase(std::remove(texts.begin(), texts.end(), ""), texts.end());
   ASSERT_EQ(2U, texts.size());
-  // Of the same second, unless the machine is late.
+  // Of the same second, or of the next when that begins meanwhile.
   EXPECT_EQ("One ", texts[0].substr(0, 4));
   EXPECT_EQ("Eins ", texts[1].substr(0, 5));
-  EXPECT_LT(std::stoi(texts[1].substr(5)) - std::stoi(texts[0].substr(4)), Slack(1));
+  EXPECT_LE(std::stoi(texts[1].substr(5)) - std::stoi(texts[0].substr(4)), Slack(1));
   // One that is not selected holds up nothing.
   ASSERT_TRUE(rig.PlayFile(medium) && rig.WaitForPosition(300) && rig.player->Seek(3000));
   const auto begin = TestClock::now();
