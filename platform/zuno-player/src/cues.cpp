@@ -203,8 +203,7 @@ std::vector<std::string> CueSchedule::TakeDue(std::int64_t position_ms,
     const auto same = [&cue](const Cue& other) {
       return cue.start_ms == other.start_ms && cue.text == other.text;
     };
-    if (cue.end_ms > position_ms && !cue.text.empty() &&
-        std::none_of(showing_.begin(), showing_.end(), same)) {
+    if (!cue.text.empty() && std::none_of(showing_.begin(), showing_.end(), same)) {
       begin(cue);
     }
   }

@@ -31,7 +31,7 @@ std::optional<std::vector<Cue>> ParseCues(const std::string& file);
 constexpr std::int64_t kOpenEnd = std::numeric_limits<std::int64_t>::max();
 
 // Tells what to show as the position of playback goes on: the cues of a file, which are loaded, and
-// those of the medium, which arrive when they begin. Takes no lock.
+// those of the medium, which arrive while they show. Takes no lock.
 class CueSchedule {
  public:
   // Nothing takes the file away.

@@ -453,9 +453,6 @@ bool Engine::LoadCues(const std::string& source) {
     return false;
   }
   const Lock lock(mutex_);
-  if (quit_) {
-    return false;
-  }
   cues_.Load(std::move(cues));
   cue_title_ = source.substr(source.find_last_of('/') + 1);
   cue_language_ = LanguageInName(cue_title_);
@@ -703,7 +700,8 @@ void Engine::ReportPosition(Lock* lock) {
 
 void Engine::SendTexts() {
   if (IsLoaded()) {
-    PushTexts(CurrentPosition(), text_chosen_ ? pipeline_->TakeTexts() : std::vector<Cue>());
+    const std::int64_t position = CurrentPosition();
+    PushTexts(position, pipeline_->TakeTexts(position, text_chosen_));
   }
 }
 

@@ -38,11 +38,8 @@ std::string TagText(const GstTagList* tags, const char* name) {
 // Demultiplexers shorten the medium's codes to two letters where they can; television knows three.
 std::string LanguageOf(const GstTagList* tags) {
   const std::string code = TagText(tags, GST_TAG_LANGUAGE_CODE);
-  if (code.empty()) {
-    return "und";
-  }
   const char* three = gst_tag_get_language_code_iso_639_2T(code.c_str());
-  return three == nullptr ? code : three;
+  return three != nullptr ? three : code.empty() ? "und" : code;
 }
 
 // What came through the pad with the stream.
@@ -104,6 +101,9 @@ void OnElementAdded(GstBin* playbin, GstBin* /*bin*/, GstElement* element, void*
   const CharPtr name(gst_element_get_name(element));
   if (g_str_has_prefix(name.get(), "aqueue") != FALSE) {
     LimitQueues(playbin, kQueuedBuffers);
+  } else if (GST_IS_APP_SINK(element)) {
+    // A text that waits for its time would hold up those of the other tracks.
+    g_object_set(element, "sync", FALSE, nullptr);
   }
 }
 
@@ -152,8 +152,6 @@ std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* v
     }
     gst_object_ref_sink(element);
   }
-  // Texts nobody takes must not hold up the stream.
-  g_object_set(text.get(), "sync", TRUE, "max-buffers", 16U, "drop", TRUE, nullptr);
   g_object_set(playbin.get(), "uri", uri.c_str(), "flags",
                kPlayVideo | kPlayAudio | kPlayText | kPlayNativeVideo | kPlayDeinterlace |
                    (reads_ahead ? kPlayDownload | kPlayBuffering : 0),
@@ -219,12 +217,14 @@ bool Pipeline::IsSeekable() const {
 
 bool Pipeline::Seek(std::int64_t msec, double speed) {
   constexpr auto kFlags = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE);
-  texts_.clear();
   LimitQueues(GST_BIN(playbin_.get()), 0);
   const bool left =
       gst_element_seek(playbin_.get(), speed, GST_FORMAT_TIME, kFlags, GST_SEEK_TYPE_SET,
                        (msec + origin_) * GST_MSECOND, GST_SEEK_TYPE_NONE, -1) != FALSE;
   LimitQueues(GST_BIN(playbin_.get()), kQueuedBuffers);
+  if (left) {
+    texts_.clear();
+  }
   return left;
 }
 
@@ -276,8 +276,7 @@ void Pipeline::TakeTracks(GstMessage* message) {
         tracks.streams.emplace_back(GST_STREAM(gst_object_ref(stream)), gst_object_unref);
       }
     }
-    const auto count = static_cast<int>(tracks.streams.size());
-    tracks.current = tracks.current < count ? tracks.current : 0;
+    tracks.current = tracks.current < static_cast<int>(tracks.streams.size()) ? tracks.current : 0;
   }
 }
 
@@ -327,10 +326,9 @@ bool Pipeline::SelectTrack(int type, int index) {
 
 bool Pipeline::ApplySelection(int type) {
   if (!has_streams_) {
-    const Tracks& tracks = tracks_.at(type);
-    const std::string current = std::string("current-") + tracks.word;
+    const std::string current = std::string("current-") + tracks_.at(type).word;
     if (type != kStreamText) {
-      g_object_set(playbin_.get(), current.c_str(), tracks.current, nullptr);
+      g_object_set(playbin_.get(), current.c_str(), tracks_.at(type).current, nullptr);
     }
     return true;
   }
@@ -371,13 +369,9 @@ bool Pipeline::DescribeTrack(int type,
   return true;
 }
 
-std::vector<Cue> Pipeline::TakeTexts() {
+std::vector<Cue> Pipeline::TakeTexts(std::int64_t position_ms, bool chosen) {
   const int current = tracks_.at(kStreamText).current;
-  while (true) {
-    const SamplePtr sample(gst_app_sink_try_pull_sample(GST_APP_SINK(text_sink_.get()), 0));
-    if (sample == nullptr) {
-      return std::exchange(texts_[current], {});
-    }
+  while (const SamplePtr sample{gst_app_sink_try_pull_sample(GST_APP_SINK(text_sink_.get()), 0)}) {
     const GstCaps* caps = gst_sample_get_caps(sample.get());
     const GstStructure* structure = caps == nullptr ? nullptr : gst_caps_get_structure(caps, 0);
     // Subtitles that are pictures cannot be told as text.
@@ -390,13 +384,23 @@ std::vector<Cue> Pipeline::TakeTexts() {
     if (g_strcmp0(gst_structure_get_string(structure, "format"), "pango-markup") == 0) {
       cue.text = StripMarkup(cue.text);
     }
-    const int track = has_streams_ ? current : handover::TrackOf(sample.get());
-    std::vector<Cue>& texts = texts_[track];
-    if (track != current) {
-      texts.clear();  // a change of track finds the one that shows then
+    std::vector<Cue>& texts = texts_[has_streams_ ? current : handover::TrackOf(sample.get())];
+    if (!texts.empty() && texts.back().end_ms == kOpenEnd) {
+      texts.back().end_ms = cue.start_ms;
     }
     texts.push_back(std::move(cue));
   }
+  for (auto& [track, texts] : texts_) {
+    const auto over = [=](const Cue& cue) { return cue.end_ms <= position_ms; };
+    texts.erase(std::remove_if(texts.begin(), texts.end(), over), texts.end());
+  }
+  std::vector<Cue>& texts = texts_[current];
+  const auto due = std::stable_partition(texts.begin(), texts.end(), [=](const Cue& cue) {
+    return !chosen || cue.start_ms > position_ms;
+  });
+  std::vector<Cue> begun(due, texts.end());
+  texts.erase(due, texts.end());
+  return begun;
 }
 
 }  // namespace zuno

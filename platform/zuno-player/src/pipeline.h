@@ -70,9 +70,9 @@ class Pipeline {
   // of codec and title.
   bool DescribeTrack(int type, int index, std::string* language, std::string* description) const;
 
-  // Cues of the current text track that have begun since the last call, or the last one that has,
-  // after a change of track.
-  std::vector<Cue> TakeTexts();
+  // Keeps the texts that have come, and takes the current track's that show at this position when
+  // that track is chosen, each once.
+  std::vector<Cue> TakeTexts(std::int64_t position_ms, bool chosen);
 
   // What the bus tells of tracks.
   void TakeTracks(GstMessage* message);
