@@ -39,7 +39,7 @@ std::string TagText(const GstTagList* tags, const char* name) {
 std::string LanguageOf(const GstTagList* tags) {
   const std::string code = TagText(tags, GST_TAG_LANGUAGE_CODE);
   const char* three = gst_tag_get_language_code_iso_639_2T(code.c_str());
-  return three != nullptr ? three : code.empty() ? "und" : code;
+  return code.empty() ? "und" : three != nullptr ? three : code;
 }
 
 // What came through the pad with the stream.
