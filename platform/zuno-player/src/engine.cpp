@@ -151,8 +151,7 @@ void Engine::ShutDown() {
   }
   Lock lock(mutex_);
   CloseMedium(&lock);
-  // GStreamer's threads go back to a pool that keeps a few of them for a while; idle ones are not
-  // wanted, nor those that are on their way back.
+  // GStreamer's pool keeps threads that have ended their work for a while; none is wanted.
   g_thread_pool_set_max_unused_threads(0);
 }
 

@@ -42,7 +42,6 @@ std::string LanguageOf(const GstTagList* tags) {
   return code.empty() ? "und" : three != nullptr ? three : code;
 }
 
-// What came through the pad with the stream.
 TagListPtr TagsOf(GstPad* pad) {
   TagListPtr all(gst_tag_list_new_empty());
   for (guint i = 0; GstEvent* event = gst_pad_get_sticky_event(pad, GST_EVENT_TAG, i); ++i) {
@@ -133,10 +132,8 @@ GstPadProbeReturn OnDataOrFlush(GstPad* /*pad*/, GstPadProbeInfo* info, gpointer
 std::unique_ptr<Pipeline> Pipeline::Create(const std::string& uri, GstElement* videoSink) {
   // playbin3 knows the tracks of adaptive media, but reads those from servers only. Of other media
   // it loses the end now and then, and it crashes after files that break off.
-  const bool network = IsNetworkUri(uri);
-  const bool playlist = NamesPlaylist(uri);
-  const bool streams = network && playlist;
-  const bool reads_ahead = network || playlist;
+  const bool streams = IsNetworkUri(uri) && NamesPlaylist(uri);
+  const bool reads_ahead = IsNetworkUri(uri) || NamesPlaylist(uri);
   // playbin takes over floating references, so what it was not given yet is released here.
   ElementPtr video(videoSink != nullptr ? videoSink : ParseBin(kSilentSink));
   ElementPtr audio(MakeAudioSink());
@@ -268,6 +265,9 @@ void Pipeline::TakeTracks(GstMessage* message) {
   GstStreamCollection* raw_collection = nullptr;
   gst_message_parse_stream_collection(message, &raw_collection);
   const std::unique_ptr<GstStreamCollection, Releaser<gst_object_unref>> collection(raw_collection);
+  if (demuxer_ == nullptr) {  // playbin3 tells the tracks again
+    demuxer_.reset(GST_ELEMENT(gst_object_ref(GST_MESSAGE_SRC(message))));
+  }
   for (auto& [type, tracks] : tracks_) {
     tracks.streams.clear();
     for (guint i = 0; i < gst_stream_collection_get_size(raw_collection); ++i) {
@@ -340,7 +340,7 @@ bool Pipeline::ApplySelection(int type) {
     }
   }
   const bool applied =
-      gst_element_send_event(playbin_.get(), gst_event_new_select_streams(ids)) != FALSE;
+      gst_element_send_event(demuxer_.get(), gst_event_new_select_streams(ids)) != FALSE;
   g_list_free_full(ids, g_free);
   return applied;
 }

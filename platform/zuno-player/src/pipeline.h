@@ -109,6 +109,7 @@ class Pipeline {
       {1, {"audio", GST_TAG_AUDIO_CODEC, GST_STREAM_TYPE_AUDIO, {}, 0}},
       {3, {"video", GST_TAG_VIDEO_CODEC, GST_STREAM_TYPE_VIDEO, {}, 0}},
       {kStreamText, {"text", GST_TAG_SUBTITLE_CODEC, GST_STREAM_TYPE_TEXT, {}, 0}}};
+  ElementPtr demuxer_;  // takes the selection: by way of playbin3 its threads may lock each other
   std::map<int, std::vector<Cue>> texts_;  // by track, not taken yet
 };
 
